@@ -1,0 +1,32 @@
+# Thin wrapper over CMake: each target installs and builds what it needs first,
+# so any of them works alone on a fresh Debian machine.
+BUILD_DIR ?= build
+CMAKE_FLAGS ?=
+
+.PHONY: all deps configure build run demo check bench clean
+
+all: build
+
+deps:
+	scripts/install-deps
+
+configure: deps
+	cmake -S . -B $(BUILD_DIR) -G Ninja $(CMAKE_FLAGS)
+
+build: configure
+	cmake --build $(BUILD_DIR)
+
+run: build
+	$(BUILD_DIR)/bin/airnote
+
+demo: build
+	@echo "the sandbox arrives later"
+
+check: build
+	ctest --test-dir $(BUILD_DIR) --output-on-failure
+
+bench: build
+	scripts/run-benchmarks $(BUILD_DIR)
+
+clean:
+	rm -rf $(BUILD_DIR)

@@ -1,0 +1,20 @@
+# airnote_add_test(NAME <name> SOURCES <files...> LIBRARIES <targets...> [GUI])
+# One Qt Test executable per source folder. GUI tests run on a private Xvfb
+# display; the others on the offscreen platform so they need no display at all.
+function(airnote_add_test)
+    cmake_parse_arguments(ARG "GUI" "NAME" "SOURCES;LIBRARIES" ${ARGN})
+    add_executable(${ARG_NAME} ${ARG_SOURCES})
+    target_link_libraries(${ARG_NAME} PRIVATE Qt6::Test ${ARG_LIBRARIES})
+    target_compile_definitions(${ARG_NAME} PRIVATE
+        AIRNOTE_FIXTURES_DIR="${CMAKE_SOURCE_DIR}/tests/fixtures"
+        AIRNOTE_TEST_OUTPUT_DIR="${CMAKE_BINARY_DIR}/test-output")
+    if(ARG_GUI)
+        add_test(NAME ${ARG_NAME}
+                 COMMAND xvfb-run -a -s "-screen 0 1280x800x24" $<TARGET_FILE:${ARG_NAME}>)
+        set_tests_properties(${ARG_NAME} PROPERTIES ENVIRONMENT "QT_QPA_PLATFORM=xcb")
+    else()
+        add_test(NAME ${ARG_NAME} COMMAND ${ARG_NAME})
+        set_tests_properties(${ARG_NAME} PROPERTIES ENVIRONMENT "QT_QPA_PLATFORM=offscreen")
+    endif()
+    set_tests_properties(${ARG_NAME} PROPERTIES TIMEOUT 300)
+endfunction()

@@ -1,0 +1,160 @@
+#include "MatchScoring.h"
+
+#include <QRegularExpression>
+#include <QStringList>
+#include <QTextBoundaryFinder>
+
+#include <algorithm>
+#include <array>
+#include <vector>
+
+namespace airnote {
+
+namespace {
+
+const std::array<QRegularExpression, 7> &titleNoisePatterns()
+{
+    // Compiled once; lower-case patterns, applied after lower-casing, in this order.
+    static const std::array<QRegularExpression, 7> patterns{
+        QRegularExpression(QStringLiteral(R"(\s*\(feat\.?[^)]*\))")),
+        QRegularExpression(QStringLiteral(R"(\s*\(ft\.?[^)]*\))")),
+        QRegularExpression(QStringLiteral(R"(\s*\(remaster(ed)?[^)]*\))")),
+        QRegularExpression(QStringLiteral(R"(\s*\(deluxe[^)]*\))")),
+        QRegularExpression(QStringLiteral(R"(\s*\(bonus[^)]*\))")),
+        QRegularExpression(QStringLiteral(R"(\s*\[live[^\]]*\])")),
+        QRegularExpression(QStringLiteral(R"(\s*\(live[^)]*\))")),
+    };
+    return patterns;
+}
+
+QString stripDiacritics(const QString &text)
+{
+    const QString decomposed = text.normalized(QString::NormalizationForm_D);
+    QString stripped;
+    stripped.reserve(decomposed.size());
+    for (const QChar c : decomposed) {
+        if (c.category() != QChar::Mark_NonSpacing)
+            stripped.append(c);
+    }
+    return stripped.normalized(QString::NormalizationForm_C);
+}
+
+bool isKept(char32_t scalar)
+{
+    if (scalar == U'\t')
+        return true;
+    switch (QChar::category(scalar)) {
+    case QChar::Letter_Uppercase:
+    case QChar::Letter_Lowercase:
+    case QChar::Letter_Titlecase:
+    case QChar::Letter_Modifier:
+    case QChar::Letter_Other:
+    case QChar::Mark_NonSpacing:
+    case QChar::Mark_SpacingCombining:
+    case QChar::Mark_Enclosing:
+    case QChar::Number_DecimalDigit:
+    case QChar::Number_Letter:
+    case QChar::Number_Other:
+    case QChar::Separator_Space:
+        return true;
+    default:
+        return false;
+    }
+}
+
+QString keepAlphanumericsAndBlanks(const QString &text)
+{
+    QString kept;
+    kept.reserve(text.size());
+    for (const char32_t scalar : text.toUcs4()) {
+        if (isKept(scalar))
+            kept.append(QString::fromUcs4(&scalar, 1));
+    }
+    return kept;
+}
+
+// Each user-perceived character in canonical composed form, so that canonically
+// equivalent characters compare equal.
+std::vector<QString> characters(const QString &text)
+{
+    std::vector<QString> result;
+    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
+    qsizetype start = 0;
+    while (finder.toNextBoundary() != -1) {
+        const qsizetype end = finder.position();
+        result.push_back(text.mid(start, end - start).normalized(QString::NormalizationForm_C));
+        start = end;
+    }
+    return result;
+}
+
+} // namespace
+
+QString normalize(const QString &text)
+{
+    QString result = text.toLower();
+    for (const QRegularExpression &pattern : titleNoisePatterns()) {
+        if (pattern.isValid())
+            result.remove(pattern);
+    }
+    const QString stripped = stripDiacritics(result);
+    if (!stripped.isEmpty())
+        result = stripped;
+    result = keepAlphanumericsAndBlanks(result);
+    return result.split(QRegularExpression(QStringLiteral(R"(\s+)")), Qt::SkipEmptyParts).join(QLatin1Char(' '));
+}
+
+double jaroWinkler(const QString &a, const QString &b)
+{
+    if (a.isEmpty() || b.isEmpty())
+        return 0.0;
+    if (a == b)
+        return 1.0;
+    const std::vector<QString> s1 = characters(a);
+    const std::vector<QString> s2 = characters(b);
+    const auto len1 = static_cast<qsizetype>(s1.size());
+    const auto len2 = static_cast<qsizetype>(s2.size());
+    if (s1 == s2)
+        return 1.0;
+
+    const qsizetype reach = std::max(len1, len2) / 2 - 1;
+    std::vector<bool> matched1(len1, false);
+    std::vector<bool> matched2(len2, false);
+    qsizetype m = 0;
+    for (qsizetype i = 0; i < len1; ++i) {
+        const qsizetype from = std::max<qsizetype>(0, i - reach);
+        const qsizetype to = std::min(len2, i + reach + 1);
+        for (qsizetype j = from; j < to; ++j) {
+            if (!matched2[j] && s1[i] == s2[j]) {
+                matched1[i] = true;
+                matched2[j] = true;
+                ++m;
+                break;
+            }
+        }
+    }
+    if (m == 0)
+        return 0.0;
+
+    qsizetype k = 0;
+    qsizetype t = 0;
+    for (qsizetype i = 0; i < len1; ++i) {
+        if (!matched1[i])
+            continue;
+        while (!matched2[k])
+            ++k;
+        if (s1[i] != s2[k])
+            ++t;
+        ++k;
+    }
+
+    const double matches = static_cast<double>(m);
+    const double jaro = (matches / len1 + matches / len2 + (matches - 0.5 * t) / matches) / 3.0;
+    const qsizetype prefixLimit = std::min({qsizetype(4), len1, len2});
+    qsizetype prefix = 0;
+    while (prefix < prefixLimit && s1[prefix] == s2[prefix])
+        ++prefix;
+    return jaro + prefix * 0.1 * (1.0 - jaro);
+}
+
+} // namespace airnote

@@ -1,0 +1,8 @@
+#include "Logging.h"
+
+namespace airnote {
+
+Q_LOGGING_CATEGORY(fipLogger, "com.velmorin.Airnote.fip", QtInfoMsg)
+Q_LOGGING_CATEGORY(musicLogger, "com.velmorin.Airnote.music", QtInfoMsg)
+
+} // namespace airnote

@@ -1,0 +1,11 @@
+#pragma once
+
+#include <QLoggingCategory>
+
+namespace airnote {
+
+// Both categories are created on first use by Qt's thread-safe static init.
+Q_DECLARE_LOGGING_CATEGORY(fipLogger)
+Q_DECLARE_LOGGING_CATEGORY(musicLogger)
+
+} // namespace airnote
