@@ -1,0 +1,82 @@
+#include "SingleInstance.h"
+
+#include <QDir>
+#include <QLocalSocket>
+#include <QStandardPaths>
+
+#include <unistd.h>
+
+namespace airnote {
+
+namespace {
+
+constexpr qsizetype maximumActionLength = 64;
+
+} // namespace
+
+SingleInstance::SingleInstance(QString socketName, QObject *parent)
+    : QObject(parent)
+    , m_socketName(std::move(socketName))
+{
+    connect(&m_server, &QLocalServer::newConnection, this, &SingleInstance::onNewConnection);
+}
+
+QString SingleInstance::defaultSocketName()
+{
+    // The runtime folder is private to the user and cleared at logout, which
+    // is exactly the lifetime of one session.
+    QString folder = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
+    if (folder.isEmpty())
+        folder = QDir::tempPath();
+    return QDir(folder).filePath(QStringLiteral("airnote-%1.socket").arg(getuid()));
+}
+
+bool SingleInstance::sendToRunningInstance(const QString &action, int timeoutMilliseconds) const
+{
+    QLocalSocket socket;
+    socket.connectToServer(m_socketName);
+    if (!socket.waitForConnected(timeoutMilliseconds))
+        return false;
+    socket.write(action.toUtf8() + '\n');
+    if (!socket.waitForBytesWritten(timeoutMilliseconds))
+        return false;
+    // Wait for the acknowledgement so the action is taken before we exit.
+    return socket.waitForReadyRead(timeoutMilliseconds) && socket.readLine().trimmed() == "ok";
+}
+
+bool SingleInstance::listen()
+{
+    m_server.setSocketOptions(QLocalServer::UserAccessOption);
+    if (m_server.listen(m_socketName))
+        return true;
+    if (m_server.serverError() != QAbstractSocket::AddressInUseError)
+        return false;
+    // A socket file left by a crashed instance answers nobody: take it over.
+    QLocalSocket probe;
+    probe.connectToServer(m_socketName);
+    if (probe.waitForConnected(500))
+        return false;
+    QLocalServer::removeServer(m_socketName);
+    return m_server.listen(m_socketName);
+}
+
+void SingleInstance::onNewConnection()
+{
+    while (QLocalSocket *socket = m_server.nextPendingConnection()) {
+        connect(socket, &QLocalSocket::disconnected, socket, &QObject::deleteLater);
+        connect(socket, &QLocalSocket::readyRead, this, [this, socket] {
+            if (!socket->canReadLine()) {
+                if (socket->bytesAvailable() > maximumActionLength)
+                    socket->abort();
+                return;
+            }
+            const QString action = QString::fromUtf8(socket->readLine(maximumActionLength).trimmed());
+            socket->write("ok\n");
+            socket->flush();
+            socket->disconnectFromServer();
+            Q_EMIT actionReceived(action);
+        });
+    }
+}
+
+} // namespace airnote
