@@ -46,17 +46,15 @@ bool SingleInstance::sendToRunningInstance(const QString &action, int timeoutMil
 
 bool SingleInstance::listen()
 {
-    m_server.setSocketOptions(QLocalServer::UserAccessOption);
-    if (m_server.listen(m_socketName))
-        return true;
-    if (m_server.serverError() != QAbstractSocket::AddressInUseError)
-        return false;
-    // A socket file left by a crashed instance answers nobody: take it over.
+    // Probe first: with access options set, QLocalServer replaces an existing
+    // socket file instead of failing, which would orphan a running instance.
     QLocalSocket probe;
     probe.connectToServer(m_socketName);
     if (probe.waitForConnected(500))
         return false;
+    // Whatever is left at that path answers nobody (a crashed instance): take it over.
     QLocalServer::removeServer(m_socketName);
+    m_server.setSocketOptions(QLocalServer::UserAccessOption);
     return m_server.listen(m_socketName);
 }
 

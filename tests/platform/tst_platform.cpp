@@ -1,14 +1,20 @@
+#include "platform/Endpoints.h"
+#include "platform/Error.h"
 #include "platform/SignInServer.h"
+#include "platform/SingleInstance.h"
 
 #include <QCoroNetworkReply>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QNetworkAccessManager>
-#include <QNetworkInterface>
+#include <QSignalSpy>
+#include <QTcpSocket>
+#include <QTemporaryDir>
 #include <QNetworkReply>
 #include <QRegularExpression>
 #include <QStandardPaths>
 #include <QTest>
+#include <QtConcurrent/QtConcurrentRun>
 #include <QUrlQuery>
 
 #include <memory>
@@ -96,7 +102,7 @@ private:
 
 } // namespace
 
-class SignInServerTest : public QObject
+class PlatformTest : public QObject
 {
     Q_OBJECT
 
@@ -267,23 +273,85 @@ private Q_SLOTS:
 
     void listensOnLoopbackOnly()
     {
-        const QList<QHostAddress> addresses = QNetworkInterface::allAddresses();
-        const auto outside = std::find_if(addresses.begin(), addresses.end(), [](const QHostAddress &address) {
-            return address.protocol() == QAbstractSocket::IPv4Protocol && !address.isLoopback();
-        });
-        if (outside == addresses.end())
-            QSKIP("no network interface besides loopback");
+        // Traffic must stay on loopback here, so check where the server listens and
+        // that a page asked for under another host name (DNS rebinding) is refused.
         SignInServer server;
         Browser browser;
         auto run = server.run(developerToken, browser.opener());
-        QUrl outsidePage = browser.pageUrl;
-        outsidePage.setHost(outside->toString());
+        QVERIFY(QHostAddress(browser.pageUrl.host()).isLoopback());
 
-        QCOMPARE(browser.send("GET", outsidePage.toString()).error, QNetworkReply::ConnectionRefusedError);
+        QTcpSocket socket;
+        socket.connectToHost(QHostAddress::LocalHost, browser.pageUrl.port());
+        QVERIFY(socket.waitForConnected());
+        socket.write("GET /?state=" + browser.state().toLatin1() + " HTTP/1.1\r\nHost: attacker.example:"
+                     + QByteArray::number(browser.pageUrl.port()) + "\r\nConnection: close\r\n\r\n");
+        QTRY_VERIFY(socket.bytesAvailable() > 0 || socket.state() == QAbstractSocket::UnconnectedState);
+        QVERIFY(socket.readLine().startsWith("HTTP/1.1 403"));
+
         browser.report({{u"declined"_s, true}});
         QCOMPARE(QCoro::waitFor(std::move(run)).outcome, SignInResult::Outcome::declined);
     }
+
+    void judgesEnvironmentOverrides_data()
+    {
+        QTest::addColumn<QString>("value");
+        QTest::addColumn<bool>("accepted");
+        QTest::newRow("https anywhere") << u"https://api.example.org/live"_s << true;
+        QTest::newRow("http on 127.0.0.1") << u"http://127.0.0.1:8080/live"_s << true;
+        QTest::newRow("http on 127.x") << u"http://127.8.9.10/"_s << true;
+        QTest::newRow("http on ::1") << u"http://[::1]:9000"_s << true;
+        QTest::newRow("http on localhost") << u"http://localhost:9000"_s << true;
+        QTest::newRow("http on a network host") << u"http://api.example.org/live"_s << false;
+        QTest::newRow("http on a private address") << u"http://192.168.1.4/"_s << false;
+        QTest::newRow("host looking like loopback") << u"http://127.0.0.1.example.org/"_s << false;
+        QTest::newRow("other scheme") << u"ftp://127.0.0.1/"_s << false;
+        QTest::newRow("no host") << u"https:///live"_s << false;
+    }
+
+    void judgesEnvironmentOverrides()
+    {
+        QFETCH(QString, value);
+        QFETCH(bool, accepted);
+        qputenv("AIRNOTE_MUSIC_API_BASE", value.toUtf8());
+        bool refusedNamingTheVariable = false;
+        try {
+            QCOMPARE(Endpoints::fromEnvironment().musicAPIBase, QUrl(value));
+        } catch (const ConfigurationError &error) {
+            refusedNamingTheVariable = error.localizedDescription().startsWith(u"AIRNOTE_MUSIC_API_BASE"_s);
+        }
+        qunsetenv("AIRNOTE_MUSIC_API_BASE");
+        QCOMPARE(refusedNamingTheVariable, !accepted);
+    }
+
+    void handsActionsToTheRunningInstance()
+    {
+        QTemporaryDir folder;
+        const QString name = folder.filePath(u"instance.socket"_s);
+        SingleInstance later(name);
+        QVERIFY(!later.sendToRunningInstance(u"save"_s, 200));
+
+        SingleInstance running(name);
+        QVERIFY(running.listen());
+        QSignalSpy received(&running, &SingleInstance::actionReceived);
+        // The sender blocks on its acknowledgement, so it runs on its own thread here.
+        auto sent = QtConcurrent::run([&later] { return later.sendToRunningInstance(u"save"_s); });
+        QTRY_COMPARE(received.count(), 1);
+        QCOMPARE(received.at(0).at(0).toString(), u"save"_s);
+        QVERIFY(sent.result());
+        QVERIFY(!SingleInstance(name).listen());
+    }
+
+    void takesOverASocketLeftByACrash()
+    {
+        QTemporaryDir folder;
+        const QString name = folder.filePath(u"instance.socket"_s);
+        QFile leftover(name);
+        QVERIFY(leftover.open(QIODevice::WriteOnly));
+        leftover.close();
+        SingleInstance instance(name);
+        QVERIFY(instance.listen());
+    }
 };
 
-QTEST_GUILESS_MAIN(SignInServerTest)
+QTEST_GUILESS_MAIN(PlatformTest)
 #include "tst_platform.moc"
