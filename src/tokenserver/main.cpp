@@ -1,0 +1,68 @@
+#include "tokenserver/TokenServer.h"
+#include "tokenserver/TokenServerCommandLine.h"
+
+#include "platform/Error.h"
+#include "platform/Logging.h"
+
+#include <QCoreApplication>
+#include <QTextStream>
+#include <QUrl>
+
+#include <optional>
+
+using namespace airnote;
+
+namespace {
+
+constexpr int configurationFailure = 2;
+constexpr int listenFailure = 1;
+
+int fail(const Error &error, int exitCode)
+{
+    QTextStream(stderr) << QCoreApplication::applicationName() << ": " << error.localizedDescription() << Qt::endl;
+    return exitCode;
+}
+
+QUrl tokenUrl(const QHostAddress &address, quint16 port)
+{
+    QUrl url;
+    url.setScheme(QStringLiteral("http"));
+    url.setHost(address.toString());
+    url.setPort(port);
+    url.setPath(QStringLiteral("/api/token"));
+    return url;
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication application(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("airnote-token-server"));
+
+    TokenServerCommandLine commandLine;
+    std::optional<TokenCache> cache;
+    TokenServerConfiguration configuration;
+    try {
+        commandLine.parse(QCoreApplication::arguments());
+        if (commandLine.isHelpRequested()) {
+            QTextStream(stdout) << commandLine.helpText();
+            return 0;
+        }
+        configuration = commandLine.configuration(QProcessEnvironment::systemEnvironment());
+        cache.emplace(DeveloperTokenSigner(configuration.keyFile, configuration.keyId, configuration.teamId),
+                      configuration.lifetime);
+    } catch (const Error &error) {
+        return fail(error, configurationFailure);
+    }
+
+    TokenServer server(*cache);
+    try {
+        const quint16 port = server.listen(configuration.listenAddress, configuration.listenPort);
+        qCInfo(musicLogger).noquote() << "Serving developer tokens on"
+                                      << tokenUrl(configuration.listenAddress, port).toString();
+    } catch (const Error &error) {
+        return fail(error, listenFailure);
+    }
+    return QCoreApplication::exec();
+}
