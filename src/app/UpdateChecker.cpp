@@ -1,0 +1,179 @@
+#include "UpdateChecker.h"
+
+#include "app/Appcast.h"
+#include "platform/Endpoints.h"
+#include "platform/Error.h"
+
+#include <QCoreApplication>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QNetworkRequest>
+#include <QPointer>
+
+#include <QCoroNetworkReply>
+#include <QCoroSignal>
+
+#include <memory>
+#include <optional>
+#include <utility>
+
+namespace airnote {
+
+namespace {
+
+constexpr int transferTimeoutSeconds = 60;
+
+struct ReplyDeleter
+{
+    void operator()(QNetworkReply *reply) const { reply->deleteLater(); }
+};
+
+} // namespace
+
+UpdateChecker::UpdateChecker(QNetworkAccessManager *network, QObject *parent)
+    : UpdateChecker(network, Endpoints::current().updateFeed, QCoreApplication::applicationVersion(),
+                    defaultInterval, parent)
+{
+}
+
+UpdateChecker::UpdateChecker(QNetworkAccessManager *network, QUrl feedURL, QString runningVersion,
+                             std::chrono::milliseconds interval, QObject *parent)
+    : QObject(parent)
+    , m_network(network)
+    , m_feedURL(std::move(feedURL))
+    , m_runningVersion(std::move(runningVersion))
+{
+    m_timer.setInterval(interval);
+    connect(&m_timer, &QTimer::timeout, this, &UpdateChecker::checkScheduled);
+}
+
+UpdateChecker::State UpdateChecker::state() const
+{
+    return m_state;
+}
+
+QString UpdateChecker::latestVersion() const
+{
+    return m_latestVersion;
+}
+
+QUrl UpdateChecker::downloadURL() const
+{
+    return m_downloadURL;
+}
+
+QUrl UpdateChecker::releaseNotesURL() const
+{
+    return m_releaseNotesURL;
+}
+
+QString UpdateChecker::errorText() const
+{
+    return m_errorText;
+}
+
+QString UpdateChecker::message() const
+{
+    switch (m_state) {
+    case State::Idle:
+        return {};
+    case State::Checking:
+        return QStringLiteral("Recherche d'une mise à jour…");
+    case State::UpToDate:
+        return QStringLiteral("Airnote est à jour");
+    case State::UpdateAvailable:
+        return QStringLiteral("Airnote %1 est disponible (version installée : %2)")
+            .arg(m_latestVersion, m_runningVersion);
+    case State::Failed:
+        return m_errorText;
+    }
+    return {};
+}
+
+void UpdateChecker::start()
+{
+    if (m_feedURL.isEmpty() || m_timer.isActive())
+        return;
+    m_timer.start();
+    checkScheduled();
+}
+
+QCoro::Task<> UpdateChecker::checkForUpdates()
+{
+    m_listenerWaiting = true;
+    co_await check();
+}
+
+void UpdateChecker::checkScheduled()
+{
+    // Fire and forget: the outcome lands in the properties.
+    check();
+}
+
+QCoro::Task<> UpdateChecker::check()
+{
+    if (m_state == State::Checking) {
+        // The next change of state is the end of the check in flight.
+        co_await qCoro(this, &UpdateChecker::stateChanged);
+        co_return;
+    }
+    if (m_feedURL.isEmpty()) {
+        fail(QStringLiteral("aucun flux de mises à jour n'est configuré"));
+        co_return;
+    }
+    setResult(State::Checking);
+    QPointer<UpdateChecker> self(this);
+    try {
+        const QByteArray xml = co_await fetchFeed();
+        if (!self)
+            co_return;
+        const std::optional<AppcastItem> newest = newestItem(parseAppcast(xml));
+        // The program knows only its short version, so the feed is judged by its short version too.
+        if (newest && compareVersions(newest->displayVersion(), m_runningVersion) > 0)
+            setResult(State::UpdateAvailable, newest->displayVersion(), newest->downloadURL, newest->releaseNotesURL);
+        else
+            setResult(State::UpToDate);
+    } catch (const Error &error) {
+        if (self)
+            fail(error.localizedDescription());
+    }
+}
+
+QCoro::Task<QByteArray> UpdateChecker::fetchFeed()
+{
+    QNetworkRequest request(m_feedURL);
+    request.setTransferTimeout(transferTimeoutSeconds * 1000);
+    const std::unique_ptr<QNetworkReply, ReplyDeleter> reply(m_network->get(request));
+    co_await reply.get();
+    const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
+    if (status.isValid() && (status.toInt() < 200 || status.toInt() > 299))
+        throw NetworkError(QStringLiteral("le serveur a répondu HTTP %1").arg(status.toInt()));
+    // Qt reports its own transfer timeout as a cancellation.
+    if (reply->error() == QNetworkReply::OperationCanceledError)
+        throw NetworkError(QStringLiteral("le serveur n'a pas répondu dans les %1 secondes").arg(transferTimeoutSeconds));
+    if (reply->error() != QNetworkReply::NoError)
+        throw NetworkError(reply->errorString());
+    co_return reply->readAll();
+}
+
+void UpdateChecker::setResult(State state, QString latestVersion, QUrl downloadURL, QUrl releaseNotesURL,
+                              QString errorText)
+{
+    m_state = state;
+    m_latestVersion = std::move(latestVersion);
+    m_downloadURL = std::move(downloadURL);
+    m_releaseNotesURL = std::move(releaseNotesURL);
+    m_errorText = std::move(errorText);
+    const bool announce = state != State::Checking
+        && (std::exchange(m_listenerWaiting, false) || state == State::UpdateAvailable);
+    Q_EMIT stateChanged();
+    if (announce)
+        Q_EMIT resultReady();
+}
+
+void UpdateChecker::fail(const QString &detail)
+{
+    setResult(State::Failed, {}, {}, {}, QStringLiteral("Vérification impossible : ") + detail);
+}
+
+} // namespace airnote

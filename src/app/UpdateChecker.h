@@ -1,0 +1,83 @@
+#pragma once
+
+#include <QObject>
+#include <QString>
+#include <QTimer>
+#include <QUrl>
+
+#include <QCoroTask>
+
+#include <chrono>
+
+class QNetworkAccessManager;
+
+namespace airnote {
+
+// Reads the Sparkle-format update feed and tells whether a newer Airnote
+// exists. The update dialog binds to its properties, which all change
+// together and announce it with stateChanged().
+class UpdateChecker : public QObject
+{
+    Q_OBJECT
+    Q_PROPERTY(State state READ state NOTIFY stateChanged)
+    Q_PROPERTY(QString latestVersion READ latestVersion NOTIFY stateChanged)
+    Q_PROPERTY(QUrl downloadURL READ downloadURL NOTIFY stateChanged)
+    Q_PROPERTY(QUrl releaseNotesURL READ releaseNotesURL NOTIFY stateChanged)
+    Q_PROPERTY(QString errorText READ errorText NOTIFY stateChanged)
+    Q_PROPERTY(QString message READ message NOTIFY stateChanged)
+
+public:
+    enum class State { Idle, Checking, UpToDate, UpdateAvailable, Failed };
+    Q_ENUM(State)
+
+    static constexpr std::chrono::milliseconds defaultInterval = std::chrono::hours(24);
+
+    // The feed from the build or the environment, the version of this process.
+    explicit UpdateChecker(QNetworkAccessManager *network, QObject *parent = nullptr);
+    // An empty feed disables the schedule, and every check fails without a request.
+    UpdateChecker(QNetworkAccessManager *network, QUrl feedURL, QString runningVersion,
+                  std::chrono::milliseconds interval, QObject *parent = nullptr);
+
+    State state() const;
+    QString latestVersion() const;
+    QUrl downloadURL() const;
+    QUrl releaseNotesURL() const;
+    QString errorText() const;
+    // The French sentence the dialog shows for the current state.
+    QString message() const;
+
+    // Checks once now, then at every interval; does nothing without a feed.
+    void start();
+
+    // The listener's check: ends with resultReady(). Joins a check in flight
+    // instead of sending a second request.
+    QCoro::Task<> checkForUpdates();
+
+Q_SIGNALS:
+    void stateChanged();
+    // Time to show the dialog: a check the listener asked for has ended, or a
+    // scheduled one found a newer version.
+    void resultReady();
+
+private:
+    QCoro::Task<> check();
+    QCoro::Task<QByteArray> fetchFeed();
+    void checkScheduled();
+    void setResult(State state, QString latestVersion = {}, QUrl downloadURL = {},
+                   QUrl releaseNotesURL = {}, QString errorText = {});
+    void fail(const QString &detail);
+
+    QNetworkAccessManager *m_network;
+    QUrl m_feedURL;
+    QString m_runningVersion;
+    QTimer m_timer;
+    bool m_listenerWaiting = false;
+
+    State m_state = State::Idle;
+    QString m_latestVersion;
+    QUrl m_downloadURL;
+    QUrl m_releaseNotesURL;
+    QString m_errorText;
+};
+
+} // namespace airnote
