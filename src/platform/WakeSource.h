@@ -1,0 +1,29 @@
+#pragma once
+
+#include <QObject>
+
+namespace airnote {
+
+// Tells when the machine has woken from sleep (logind's PrepareForSleep(false)).
+class WakeSource : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit WakeSource(QObject *parent = nullptr);
+
+    // Without a system bus there are no wake events: logged once, then ignored.
+    void listenToLogind();
+
+Q_SIGNALS:
+    void woke();
+
+private Q_SLOTS:
+    // A string-based slot: QtDBus connects signals by signature only.
+    void onPrepareForSleep(bool goingToSleep);
+
+private:
+    bool m_listening = false;
+};
+
+} // namespace airnote

@@ -1,0 +1,192 @@
+#include "FIPMetadataService.h"
+
+#include "platform/Error.h"
+#include "platform/Logging.h"
+#include "platform/WakeSource.h"
+
+#include <QCoroNetworkReply>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QNetworkRequest>
+
+#include <memory>
+#include <type_traits>
+
+namespace airnote {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+struct ReplyDeleter
+{
+    void operator()(QNetworkReply *reply) const { reply->deleteLater(); }
+};
+
+NetworkError badServerResponse()
+{
+    return NetworkError(u"bad server response"_s);
+}
+
+// Throws NetworkError for a failed transfer or a non-2xx answer, ParseError for a bad body.
+QCoro::Task<FIPTrack> fetchTrack(QNetworkAccessManager *session, QUrl documentURL)
+{
+    const std::unique_ptr<QNetworkReply, ReplyDeleter> reply(session->get(QNetworkRequest(documentURL)));
+    co_await reply.get();
+    // An answered status decides first, so a 404 and a 500 read alike instead of
+    // carrying Qt's per-status texts.
+    const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
+    if (status.isValid() && (status.toInt() < 200 || status.toInt() > 299))
+        throw badServerResponse();
+    if (reply->error() != QNetworkReply::NoError)
+        throw NetworkError(reply->errorString());
+    if (!status.isValid())  // not an HTTP response
+        throw badServerResponse();
+    co_return parsePayload(reply->readAll());
+}
+
+} // namespace
+
+template<typename Value>
+void FIPMetadataService::publish(Value &field, std::type_identity_t<Value> value,
+                                 void (FIPMetadataService::*changed)())
+{
+    if (field == value)
+        return;
+    field = value;
+    Q_EMIT (this->*changed)();
+}
+
+FIPMetadataService::FIPMetadataService(QNetworkAccessManager *session, WakeSource *wakeSource, QUrl documentURL,
+                                       QObject *parent)
+    : QObject(parent)
+    , m_session(session)
+    , m_wakeSource(wakeSource)
+    , m_documentURL(std::move(documentURL))
+{
+    connect(&m_wait, &CancellableWait::ended, this, &FIPMetadataService::isWaitingChanged);
+}
+
+const std::optional<FIPTrack> &FIPMetadataService::current() const
+{
+    return m_current;
+}
+
+bool FIPMetadataService::hasCurrent() const
+{
+    return m_current.has_value();
+}
+
+FIPTrack FIPMetadataService::currentForDisplay() const
+{
+    return m_current.value_or(FIPTrack());
+}
+
+bool FIPMetadataService::isReachable() const
+{
+    return m_isReachable;
+}
+
+bool FIPMetadataService::isFetching() const
+{
+    return m_isFetching;
+}
+
+qint64 FIPMetadataService::consecutiveFailures() const
+{
+    return m_consecutiveFailures;
+}
+
+bool FIPMetadataService::isWaiting() const
+{
+    return m_wait.isPending();
+}
+
+void FIPMetadataService::start()
+{
+    if (m_started)
+        return;
+    m_started = true;
+    if (m_wakeSource)
+        connect(m_wakeSource, &WakeSource::woke, this, &FIPMetadataService::handleWake);
+    // Fire and forget: the loop runs for the life of the service.
+    runLoop();
+}
+
+void FIPMetadataService::cutWaitShort()
+{
+    m_wait.cancel();
+}
+
+void FIPMetadataService::handleWake()
+{
+    // Only the counter: the wait in progress and isReachable stay as they are.
+    publish(m_consecutiveFailures, 0, &FIPMetadataService::consecutiveFailuresChanged);
+    qCInfo(fipLogger) << "Wake detected — resetting failure counter";
+}
+
+void FIPMetadataService::setWaitUnit(std::chrono::milliseconds unit)
+{
+    m_waitUnit = unit;
+}
+
+QCoro::Task<> FIPMetadataService::runLoop()
+{
+    const QPointer<FIPMetadataService> self(this);
+    for (;;) {
+        co_await poll();
+        if (!self)
+            co_return;
+        const qint64 seconds = pollIntervalSeconds(m_consecutiveFailures);
+        QCoro::Task<> waiting = m_wait.wait(m_waitUnit * seconds);
+        Q_EMIT isWaitingChanged();
+        Q_EMIT waitStarted(seconds);
+        co_await std::move(waiting);
+        if (!self)
+            co_return;
+    }
+}
+
+QCoro::Task<> FIPMetadataService::poll()
+{
+    const QPointer<FIPMetadataService> self(this);
+    publish(m_isFetching, true, &FIPMetadataService::isFetchingChanged);
+    try {
+        FIPTrack track = co_await fetchTrack(m_session, m_documentURL);
+        if (!self)
+            co_return;
+        recordSuccess(std::move(track));
+    } catch (const Error &error) {
+        if (!self)
+            co_return;
+        recordFailure(error);
+    }
+    publish(m_isFetching, false, &FIPMetadataService::isFetchingChanged);
+}
+
+void FIPMetadataService::recordSuccess(FIPTrack track)
+{
+    m_current = std::move(track);
+    Q_EMIT currentChanged();
+    publish(m_isReachable, true, &FIPMetadataService::isReachableChanged);
+    publish(m_consecutiveFailures, 0, &FIPMetadataService::consecutiveFailuresChanged);
+}
+
+void FIPMetadataService::recordFailure(const Error &error)
+{
+    publish(m_consecutiveFailures, m_consecutiveFailures + 1, &FIPMetadataService::consecutiveFailuresChanged);
+    if (m_consecutiveFailures >= 3)
+        publish(m_isReachable, false, &FIPMetadataService::isReachableChanged);
+    qCCritical(fipLogger).noquote() << "Poll failed:" << error.localizedDescription();
+}
+
+qint64 FIPMetadataService::pollIntervalSeconds(qint64 consecutiveFailures)
+{
+    if (consecutiveFailures <= 2)
+        return 5;
+    if (consecutiveFailures == 3)
+        return 30;
+    return 60;
+}
+
+} // namespace airnote

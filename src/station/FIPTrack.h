@@ -1,0 +1,46 @@
+#pragma once
+
+#include <QDateTime>
+#include <QJsonObject>
+#include <QMetaType>
+#include <QString>
+#include <QUrl>
+
+#include <optional>
+
+namespace airnote {
+
+// The track (or programme segment) on air: a plain value compared by all its fields.
+struct FIPTrack
+{
+    Q_GADGET
+    Q_PROPERTY(QString artist MEMBER artist CONSTANT)
+    Q_PROPERTY(QString title MEMBER title CONSTANT)
+    Q_PROPERTY(QString album READ albumOrEmpty CONSTANT)
+    Q_PROPERTY(QUrl artworkURL READ artworkURLOrEmpty CONSTANT)
+    Q_PROPERTY(bool isMusicTrack MEMBER isMusicTrack CONSTANT)
+
+public:
+    QString artist;
+    QString title;
+    std::optional<QString> album;
+    std::optional<QUrl> artworkURL;
+    QDateTime startedAt;
+    std::optional<QDateTime> endsAt;
+    bool isMusicTrack = false;
+
+    QString albumOrEmpty() const;
+    QUrl artworkURLOrEmpty() const;
+
+    QJsonObject toJson() const;
+    // Throws JsonError when a required key is missing or a key has the wrong type.
+    static FIPTrack fromJson(const QJsonObject &object);
+
+    bool operator==(const FIPTrack &other) const = default;
+};
+
+size_t qHash(const FIPTrack &track, size_t seed = 0);
+
+} // namespace airnote
+
+Q_DECLARE_METATYPE(airnote::FIPTrack)

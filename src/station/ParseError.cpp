@@ -1,0 +1,29 @@
+#include "ParseError.h"
+
+namespace airnote {
+
+using namespace Qt::StringLiterals;
+
+ParseError::ParseError(Kind kind, QString message)
+    : Error(u"The operation couldn't be completed. (ParseError error %1.)"_s.arg(static_cast<int>(kind)))
+    , m_kind(kind)
+    , m_message(std::move(message))
+{
+}
+
+ParseError ParseError::malformed(QString message)
+{
+    return ParseError(Kind::malformed, std::move(message));
+}
+
+ParseError::Kind ParseError::kind() const
+{
+    return m_kind;
+}
+
+QString ParseError::message() const
+{
+    return m_message;
+}
+
+} // namespace airnote

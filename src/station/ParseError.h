@@ -1,0 +1,26 @@
+#pragma once
+
+#include "platform/Error.h"
+
+namespace airnote {
+
+// A station document that cannot be turned into a track. Its description is
+// the generic text of the error kind; the detail stays in message().
+class ParseError : public Error
+{
+public:
+    enum class Kind { malformed };
+
+    static ParseError malformed(QString message);
+
+    Kind kind() const;
+    QString message() const;
+
+private:
+    ParseError(Kind kind, QString message);
+
+    Kind m_kind;
+    QString m_message;
+};
+
+} // namespace airnote
