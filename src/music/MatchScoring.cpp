@@ -1,7 +1,6 @@
 #include "MatchScoring.h"
 
 #include <QRegularExpression>
-#include <QStringList>
 #include <QTextBoundaryFinder>
 
 #include <algorithm>
@@ -12,29 +11,42 @@ namespace airnote {
 
 namespace {
 
+constexpr double artistWeight = 0.5;
+constexpr double titleWeight = 0.5;
+constexpr double acceptanceThreshold = 0.5;
+constexpr qsizetype maximumMatches = 5;
+
+// \s stands for any Unicode blank, as in ICU and ECMAScript, not ASCII only.
+QRegularExpression noisePattern(const QString &pattern)
+{
+    return QRegularExpression(pattern, QRegularExpression::UseUnicodePropertiesOption);
+}
+
 const std::array<QRegularExpression, 7> &titleNoisePatterns()
 {
     // Compiled once; lower-case patterns, applied after lower-casing, in this order.
     static const std::array<QRegularExpression, 7> patterns{
-        QRegularExpression(QStringLiteral(R"(\s*\(feat\.?[^)]*\))")),
-        QRegularExpression(QStringLiteral(R"(\s*\(ft\.?[^)]*\))")),
-        QRegularExpression(QStringLiteral(R"(\s*\(remaster(ed)?[^)]*\))")),
-        QRegularExpression(QStringLiteral(R"(\s*\(deluxe[^)]*\))")),
-        QRegularExpression(QStringLiteral(R"(\s*\(bonus[^)]*\))")),
-        QRegularExpression(QStringLiteral(R"(\s*\[live[^\]]*\])")),
-        QRegularExpression(QStringLiteral(R"(\s*\(live[^)]*\))")),
+        noisePattern(QStringLiteral(R"(\s*\(feat\.?[^)]*\))")),
+        noisePattern(QStringLiteral(R"(\s*\(ft\.?[^)]*\))")),
+        noisePattern(QStringLiteral(R"(\s*\(remaster(ed)?[^)]*\))")),
+        noisePattern(QStringLiteral(R"(\s*\(deluxe[^)]*\))")),
+        noisePattern(QStringLiteral(R"(\s*\(bonus[^)]*\))")),
+        noisePattern(QStringLiteral(R"(\s*\[live[^\]]*\])")),
+        noisePattern(QStringLiteral(R"(\s*\(live[^)]*\))")),
     };
     return patterns;
 }
 
+// Like the strip-diacritics transform: decompose, drop the non-spacing marks
+// that decomposition separated, recompose.
 QString stripDiacritics(const QString &text)
 {
-    const QString decomposed = text.normalized(QString::NormalizationForm_D);
+    const QList<uint> decomposed = text.normalized(QString::NormalizationForm_D).toUcs4();
     QString stripped;
     stripped.reserve(decomposed.size());
-    for (const QChar c : decomposed) {
-        if (c.category() != QChar::Mark_NonSpacing)
-            stripped.append(c);
+    for (const char32_t scalar : decomposed) {
+        if (QChar::category(scalar) != QChar::Mark_NonSpacing)
+            stripped.append(QChar::fromUcs4(scalar));
     }
     return stripped.normalized(QString::NormalizationForm_C);
 }
@@ -97,11 +109,8 @@ QString normalize(const QString &text)
         if (pattern.isValid())
             result.remove(pattern);
     }
-    const QString stripped = stripDiacritics(result);
-    if (!stripped.isEmpty())
-        result = stripped;
-    result = keepAlphanumericsAndBlanks(result);
-    return result.split(QRegularExpression(QStringLiteral(R"(\s+)")), Qt::SkipEmptyParts).join(QLatin1Char(' '));
+    // simplified() splits at every Unicode blank and joins the pieces with single spaces.
+    return keepAlphanumericsAndBlanks(stripDiacritics(result)).simplified();
 }
 
 double jaroWinkler(const QString &a, const QString &b)
@@ -155,6 +164,25 @@ double jaroWinkler(const QString &a, const QString &b)
     while (prefix < prefixLimit && s1[prefix] == s2[prefix])
         ++prefix;
     return jaro + prefix * 0.1 * (1.0 - jaro);
+}
+
+QList<CatalogMatch> scoreMatches(const QString &artist, const QString &title, const QList<Song> &songs)
+{
+    // The track's side is the same for every song: normalised once.
+    const QString trackArtist = normalize(artist);
+    const QString trackTitle = normalize(title);
+    QList<CatalogMatch> kept;
+    for (const Song &song : songs) {
+        const double confidence = artistWeight * jaroWinkler(trackArtist, normalize(song.artistName))
+            + titleWeight * jaroWinkler(trackTitle, normalize(song.title));
+        if (confidence >= acceptanceThreshold)
+            kept.append(CatalogMatch{.song = song, .confidence = confidence});
+    }
+    std::stable_sort(kept.begin(), kept.end(),
+                     [](const CatalogMatch &a, const CatalogMatch &b) { return a.confidence > b.confidence; });
+    if (kept.size() > maximumMatches)
+        kept.resize(maximumMatches);
+    return kept;
 }
 
 } // namespace airnote

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "music/Song.h"
+
+#include <QByteArray>
+#include <QJsonDocument>
+#include <QList>
+#include <QString>
+
+#include <optional>
+
+namespace airnote {
+
+// Readers of the web API's resource documents, {"data": [{"id": ..., "attributes": {...}}, ...]}.
+
+// The data as a JSON document; throws JsonError with the parser's complaint.
+QJsonDocument parsedJSON(const QByteArray &data);
+
+// The "id" of the first element of "data"; nothing when the data is unreadable
+// or of another shape.
+std::optional<QString> firstResourceID(const QByteArray &data);
+
+// The "id" of the first playlist whose name is exactly name; nothing when there
+// is none or the document has another shape. Throws JsonError when the data is
+// not JSON.
+std::optional<QString> playlistIDNamed(const QByteArray &data, const QString &name);
+
+// The songs of a catalog search reply (results.songs.data), in the catalog's
+// order; resources without an id, a name or an artist are skipped. Throws
+// JsonError when the data is not JSON.
+QList<Song> catalogSongs(const QByteArray &data);
+
+} // namespace airnote

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <QString>
+#include <QUrl>
+
+namespace airnote {
+
+// A catalog image address for any size: the template holds {w} and {h}.
+class Artwork
+{
+public:
+    explicit Artwork(QString urlTemplate);
+
+    QUrl url(int width, int height) const;
+    QString urlTemplate() const;
+
+    bool operator==(const Artwork &) const = default;
+
+private:
+    QString m_urlTemplate;
+};
+
+} // namespace airnote

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+namespace airnote {
+
+// The token backend's reply: {"token": "...", "expiresIn": 3600}.
+struct TokenResponse
+{
+    QString token;
+    qint64 expiresIn = 0;  // seconds, counted from the reply
+
+    // Throws JsonError when the data is not JSON, not an object, or lacks a
+    // string "token" or an integer "expiresIn". Other keys are ignored.
+    static TokenResponse decode(const QByteArray &data);
+};
+
+} // namespace airnote
