@@ -36,7 +36,11 @@ namespace {
 class LogCapture
 {
 public:
-    LogCapture() { s_previous = qInstallMessageHandler(&LogCapture::record), s_lines.clear(); }
+    LogCapture()
+    {
+        s_lines.clear();
+        s_previous = qInstallMessageHandler(&LogCapture::record);
+    }
     ~LogCapture() { qInstallMessageHandler(s_previous); }
     QStringList lines() const { return s_lines; }
     QStringList music() const
