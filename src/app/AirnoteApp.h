@@ -1,10 +1,10 @@
 #pragma once
 
+#include "station/FIPMetadataService.h"
+
 #include <QObject>
 
 namespace airnote {
-
-class FIPMetadataService;
 
 // The composition root: owns the long-lived services and the panel's state,
 // and is the one object the QML panel talks to.
