@@ -1,0 +1,526 @@
+#include "history/CaptureFile.h"
+#include "history/CaptureRecord.h"
+#include "history/CaptureStore.h"
+#include "platform/Error.h"
+
+#include <QCoroTask>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QProcess>
+#include <QRandomGenerator>
+#include <QRegularExpression>
+#include <QSet>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <csignal>
+#include <memory>
+#include <optional>
+#include <sys/resource.h>
+#include <unistd.h>
+#include <variant>
+#include <vector>
+
+using namespace airnote;
+using namespace Qt::StringLiterals;
+using Status = CaptureRecord::Status;
+using Records = QList<CaptureRecord>;
+
+namespace {
+
+const QDateTime recordedAt(QDate(2024, 5, 1), QTime(12, 34, 56), Qt::UTC);
+
+struct RecordFields
+{
+    QUuid id = QUuid::createUuid();
+    QDateTime timestamp = recordedAt;
+    QString fipArtist = u"Chloé Martin & Lou"_s;
+    QString fipTitle = u"Night Drive"_s;
+    std::optional<QString> fipAlbum;
+    std::optional<QString> appleSongID = u"1440857781"_s;
+    std::optional<double> confidence = 0.8125;
+    Status status = Status::saved;
+    std::optional<QString> errorMessage;
+
+    CaptureRecord make() const
+    {
+        return CaptureRecord(id, timestamp, fipArtist, fipTitle, fipAlbum, appleSongID, confidence, status,
+                             errorMessage);
+    }
+};
+
+// Filled as the save workflow fills each kind of record.
+CaptureRecord workflowRecord(Status status, QDateTime timestamp = recordedAt, QString artist = u"Chloé Martin & Lou"_s)
+{
+    RecordFields fields{.timestamp = timestamp, .fipArtist = artist, .status = status};
+    if (status == Status::saveFailed)
+        fields.errorMessage = u"réseau : délai dépassé"_s;
+    if (status == Status::noMatch || status == Status::logged) {
+        fields.appleSongID.reset();
+        fields.confidence.reset();
+    }
+    return fields.make();
+}
+
+// QCoro's waitFor never returns when the task throws: the error is caught in
+// the coroutine and rethrown here, where QTest reports it.
+template<typename T>
+using Value = std::conditional_t<std::is_void_v<T>, std::monostate, T>;
+
+template<typename T>
+struct Settled
+{
+    Value<T> value{};
+    std::exception_ptr error;
+};
+
+template<typename T>
+QCoro::Task<Settled<T>> settle(QCoro::Task<T> task)
+{
+    Settled<T> settled;
+    try {
+        if constexpr (std::is_void_v<T>)
+            co_await std::move(task);
+        else
+            settled.value = co_await std::move(task);
+    } catch (...) {
+        settled.error = std::current_exception();
+    }
+    co_return settled;
+}
+
+template<typename T>
+Value<T> run(QCoro::Task<T> task)
+{
+    Settled<T> settled = QCoro::waitFor(settle(std::move(task)));
+    if (settled.error)
+        std::rethrow_exception(settled.error);
+    return settled.value;
+}
+
+QByteArray contents(const QString &fileName)
+{
+    QFile file(fileName);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+void overwrite(const QString &fileName, const QByteArray &bytes)
+{
+    QFile file(fileName);
+    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    QCOMPARE(file.write(bytes), bytes.size());
+}
+
+// Makes every write of the history fail while it lives: a read-only folder,
+// or a file size limit just under the next history's size, which also binds root.
+class WriteFailure
+{
+public:
+    WriteFailure(const QString &directory, bool readOnlyFolder, qint64 fileSizeLimit)
+        : m_directory(directory)
+        , m_readOnlyFolder(readOnlyFolder)
+    {
+        if (m_readOnlyFolder) {
+            QFile::setPermissions(m_directory, QFile::ReadOwner | QFile::ExeOwner);
+            return;
+        }
+        getrlimit(RLIMIT_FSIZE, &m_previousLimit);
+        const rlimit limit{rlim_t(fileSizeLimit), m_previousLimit.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &limit);
+        m_previousSignal = std::signal(SIGXFSZ, SIG_IGN);
+    }
+
+    ~WriteFailure()
+    {
+        if (m_readOnlyFolder) {
+            QFile::setPermissions(m_directory, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+            return;
+        }
+        setrlimit(RLIMIT_FSIZE, &m_previousLimit);
+        std::signal(SIGXFSZ, m_previousSignal);
+    }
+
+private:
+    QString m_directory;
+    bool m_readOnlyFolder;
+    rlimit m_previousLimit{};
+    void (*m_previousSignal)(int) = SIG_DFL;
+};
+
+} // namespace
+
+class HistoryTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QStandardPaths::setTestModeEnabled(true);
+    }
+
+    void init()
+    {
+        m_directory = std::make_unique<QTemporaryDir>();
+        QVERIFY(m_directory->isValid());
+        m_now = recordedAt.addSecs(10);
+    }
+
+    void encodesEachStatus_data()
+    {
+        QTest::addColumn<Status>("status");
+        QTest::addColumn<QString>("form");
+        QTest::addColumn<QStringList>("keys");
+
+        const QStringList identity{u"fipArtist"_s, u"fipTitle"_s, u"id"_s, u"status"_s, u"timestamp"_s};
+        QTest::newRow("saved") << Status::saved << u"saved"_s
+                               << QStringList{u"appleSongID"_s, u"confidence"_s} + identity;
+        QTest::newRow("save failed") << Status::saveFailed << u"save_failed"_s
+                                     << QStringList{u"appleSongID"_s, u"confidence"_s, u"errorMessage"_s} + identity;
+        QTest::newRow("no match") << Status::noMatch << u"no_match"_s << identity;
+        QTest::newRow("logged") << Status::logged << u"logged"_s << identity;
+    }
+
+    void encodesEachStatus()
+    {
+        QFETCH(Status, status);
+        QFETCH(QString, form);
+        QFETCH(QStringList, keys);
+
+        // Two hours ahead of UTC, with milliseconds: written as UTC whole seconds.
+        const QDateTime local(QDate(2024, 5, 1), QTime(14, 34, 56, 400), Qt::OffsetFromUTC, 7200);
+        const CaptureRecord record = workflowRecord(status, local);
+        const QJsonObject json = record.toJson();
+
+        QCOMPARE(json.keys(), keys);
+        QCOMPARE(json[u"status"_s].toString(), form);
+        QCOMPARE(json[u"timestamp"_s].toString(), u"2024-05-01T12:34:56Z"_s);
+        QVERIFY(QUuid::fromString(json[u"id"_s].toString()) == record.id());
+        QCOMPARE(json[u"id"_s].toString(), json[u"id"_s].toString().toUpper());
+        QCOMPARE(CaptureRecord::fromJson(json), record);
+    }
+
+    void decodesStrictly_data()
+    {
+        QTest::addColumn<QJsonObject>("json");
+        QTest::addColumn<QJsonObject>("reencoded");
+
+        const QJsonObject sample{
+            {u"id"_s, u"0F8FAD5B-D9CB-469F-A165-70867728950E"_s},
+            {u"timestamp"_s, u"2024-05-01T12:34:56Z"_s},
+            {u"fipArtist"_s, u"Chloé Martin"_s},
+            {u"fipTitle"_s, u"Night Drive"_s},
+            {u"status"_s, u"saved"_s},
+        };
+        // An undefined value removes the key.
+        const auto with = [&sample](std::initializer_list<std::pair<QString, QJsonValue>> changes) {
+            QJsonObject json = sample;
+            for (const auto &[key, value] : changes)
+                json.insert(key, value);
+            return json;
+        };
+        const QJsonObject refused;
+
+        QTest::newRow("lower-case id") << with({{u"id"_s, u"0f8fad5b-d9cb-469f-a165-70867728950e"_s}}) << sample;
+        QTest::newRow("null optionals") << with({{u"fipAlbum"_s, QJsonValue::Null},
+                                                 {u"appleSongID"_s, QJsonValue::Null},
+                                                 {u"confidence"_s, QJsonValue::Null},
+                                                 {u"errorMessage"_s, QJsonValue::Null}})
+                                        << sample;
+        QTest::newRow("unknown key") << with({{u"mood"_s, u"calme"_s}}) << sample;
+        QTest::newRow("integer confidence") << with({{u"confidence"_s, 1}}) << with({{u"confidence"_s, 1.0}});
+        QTest::newRow("album") << with({{u"fipAlbum"_s, u"Blue Hour"_s}}) << with({{u"fipAlbum"_s, u"Blue Hour"_s}});
+
+        QTest::newRow("capitalised status") << with({{u"status"_s, u"Saved"_s}}) << refused;
+        QTest::newRow("unknown status") << with({{u"status"_s, u"unknown"_s}}) << refused;
+        QTest::newRow("missing status") << with({{u"status"_s, QJsonValue::Undefined}}) << refused;
+        QTest::newRow("fractional seconds") << with({{u"timestamp"_s, u"2024-05-01T12:34:56.5Z"_s}}) << refused;
+        QTest::newRow("offset instead of Z") << with({{u"timestamp"_s, u"2024-05-01T14:34:56+02:00"_s}}) << refused;
+        QTest::newRow("impossible date") << with({{u"timestamp"_s, u"2024-02-30T12:34:56Z"_s}}) << refused;
+        QTest::newRow("id in braces") << with({{u"id"_s, u"{0F8FAD5B-D9CB-469F-A165-70867728950E}"_s}}) << refused;
+        QTest::newRow("null title") << with({{u"fipTitle"_s, QJsonValue::Null}}) << refused;
+        QTest::newRow("numeric artist") << with({{u"fipArtist"_s, 42}}) << refused;
+        QTest::newRow("confidence as text") << with({{u"confidence"_s, u"0.8"_s}}) << refused;
+        QTest::newRow("album as array") << with({{u"fipAlbum"_s, QJsonArray{u"Blue Hour"_s}}}) << refused;
+    }
+
+    void decodesStrictly()
+    {
+        QFETCH(QJsonObject, json);
+        QFETCH(QJsonObject, reencoded);
+
+        if (reencoded.isEmpty())
+            QVERIFY_THROWS_EXCEPTION(JsonError, CaptureRecord::fromJson(json));
+        else
+            QCOMPARE(CaptureRecord::fromJson(json).toJson(), reencoded);
+    }
+
+    void equality_data()
+    {
+        QTest::addColumn<CaptureRecord>("first");
+        QTest::addColumn<CaptureRecord>("second");
+        QTest::addColumn<bool>("equal");
+
+        const RecordFields fields;
+        RecordFields change = fields;
+        QTest::newRow("same fields") << fields.make() << change.make() << true;
+        change.timestamp = fields.timestamp.addMSecs(700);
+        QTest::newRow("same second") << fields.make() << change.make() << true;
+        change = fields;
+        change.confidence.reset();
+        QTest::newRow("confidence absent") << fields.make() << change.make() << false;
+        change = fields;
+        change.status = Status::saveFailed;
+        QTest::newRow("same id, other status") << fields.make() << change.make() << false;
+        change = fields;
+        change.fipAlbum = QString();
+        QTest::newRow("empty album") << fields.make() << change.make() << false;
+        change = fields;
+        change.errorMessage = u"réseau"_s;
+        QTest::newRow("error message") << fields.make() << change.make() << false;
+    }
+
+    void equality()
+    {
+        QFETCH(CaptureRecord, first);
+        QFETCH(CaptureRecord, second);
+        QFETCH(bool, equal);
+
+        QCOMPARE(first == second, equal);
+    }
+
+    void firstRunCreatesFolderAndAppendsInOrder()
+    {
+        const QString directory = m_directory->filePath(u"share/Airnote"_s);
+        CaptureStore store(directory, clock());
+        QVERIFY(QFileInfo(directory).isDir());
+        QCOMPARE(run(store.loadAll()), Records());
+        QVERIFY(!QFile::exists(store.fileName()));
+
+        const RecordFields everything{.fipArtist = u"L'\"Orchestre\" \\ Été\t\u0001"_s,
+                                      .fipAlbum = u"Blue Hour"_s,
+                                      .confidence = 1,
+                                      .status = Status::saveFailed,
+                                      .errorMessage = u"réseau :\nhôte introuvable"_s};
+        const Records records{workflowRecord(Status::noMatch), everything.make(), workflowRecord(Status::saved)};
+        for (const CaptureRecord &record : records)
+            run(store.append(record));
+
+        QCOMPARE(run(store.loadAll()), records);
+        QCOMPARE(run(CaptureStore(directory).loadAll()), records);
+
+        // Pretty-printed with sorted keys, as Qt's own writer does it.
+        QJsonArray array;
+        for (const CaptureRecord &record : records)
+            array.append(record.toJson());
+        QCOMPARE(contents(store.fileName()), QJsonDocument(array).toJson(QJsonDocument::Indented));
+    }
+
+    void recentSave_data()
+    {
+        QTest::addColumn<Status>("stored");
+        QTest::addColumn<QString>("artist");
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<int>("age");
+        QTest::addColumn<bool>("found");
+
+        const QString artist = u"Chloé Martin & Lou"_s;
+        const QString title = u"Night Drive"_s;
+        QTest::newRow("same text") << Status::saved << artist << title << 10 << true;
+        QTest::newRow("letter case") << Status::saved << u"CHLOÉ MARTIN & LOU"_s << u"night drive"_s << 10 << true;
+        QTest::newRow("diacritics") << Status::saved << u"Chloe Martin & Lou"_s << title << 10 << true;
+        QTest::newRow("punctuation") << Status::saved << u"Chloé Martin / Lou."_s << u"Night Drive!"_s << 10 << true;
+        QTest::newRow("blanks") << Status::saved << u"  Chloé   Martin & Lou "_s << u"Night\tDrive "_s << 10 << true;
+        QTest::newRow("featuring") << Status::saved << artist << u"Night Drive (feat. Lou Vega)"_s << 10 << true;
+        QTest::newRow("live") << Status::saved << artist << u"Night Drive [Live at the Olympia]"_s << 10 << true;
+        QTest::newRow("at 300 s") << Status::saved << artist << title << 300 << true;
+        QTest::newRow("at 301 s") << Status::saved << artist << title << 301 << false;
+        QTest::newRow("other title") << Status::saved << artist << u"Night Fever"_s << 10 << false;
+        QTest::newRow("other artist") << Status::saved << u"Chloé Martin"_s << title << 10 << false;
+        QTest::newRow("save failed") << Status::saveFailed << artist << title << 10 << false;
+        QTest::newRow("no match") << Status::noMatch << artist << title << 10 << false;
+        QTest::newRow("logged") << Status::logged << artist << title << 10 << false;
+    }
+
+    void recentSave()
+    {
+        QFETCH(Status, stored);
+        QFETCH(QString, artist);
+        QFETCH(QString, title);
+        QFETCH(int, age);
+        QFETCH(bool, found);
+
+        CaptureStore store(m_directory->path(), clock());
+        const CaptureRecord record = workflowRecord(stored);
+        run(store.append(record));
+        m_now = recordedAt.addSecs(age);
+
+        const std::optional<CaptureRecord> recent = run(store.recentSave(artist, title, 300));
+        QCOMPARE(recent.has_value(), found);
+        if (found)
+            QCOMPARE(*recent, record);
+    }
+
+    void recentSaveReturnsOldestInSpan()
+    {
+        CaptureStore store(m_directory->path(), clock());
+        m_now = recordedAt.addSecs(400);
+        const Records records{workflowRecord(Status::saved, recordedAt),
+                              workflowRecord(Status::noMatch, recordedAt.addSecs(150)),
+                              workflowRecord(Status::saved, recordedAt.addSecs(200)),
+                              workflowRecord(Status::saved, recordedAt.addSecs(300))};
+        for (const CaptureRecord &record : records)
+            run(store.append(record));
+
+        QCOMPARE(run(store.recentSave(u"Chloé Martin & Lou"_s, u"Night Drive"_s, 300)), records[2]);
+    }
+
+    void unreadableHistoryIsNeverRepaired_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+
+        QTest::newRow("not JSON") << QByteArray("[{\"id\": ");
+        QTest::newRow("not an array") << QByteArray("{}");
+        QJsonObject capitalised = workflowRecord(Status::saved).toJson();
+        capitalised[u"status"_s] = u"Saved"_s;
+        QTest::newRow("undecodable record")
+            << QJsonDocument(QJsonArray{workflowRecord(Status::noMatch).toJson(), capitalised}).toJson();
+    }
+
+    void unreadableHistoryIsNeverRepaired()
+    {
+        QFETCH(QByteArray, bytes);
+
+        CaptureStore store(m_directory->path(), clock());
+        overwrite(store.fileName(), bytes);
+
+        QVERIFY_THROWS_EXCEPTION(JsonError, run(store.loadAll()));
+        QVERIFY_THROWS_EXCEPTION(JsonError, run(store.recentSave(u"Chloé Martin & Lou"_s, u"Night Drive"_s, 300)));
+        QVERIFY_THROWS_EXCEPTION(JsonError, run(store.append(workflowRecord(Status::saved))));
+        QVERIFY_THROWS_EXCEPTION(JsonError, run(store.loadAll()));
+        QCOMPARE(contents(store.fileName()), bytes);
+
+        // Every call went back to the file, so a repaired file is read at once.
+        const CaptureRecord repaired = workflowRecord(Status::saved);
+        CaptureFile(store.fileName()).write({repaired});
+        QCOMPARE(run(store.loadAll()), Records{repaired});
+    }
+
+    void handReplacedFileIsReadByTheNextAppendOnly()
+    {
+        CaptureStore store(m_directory->path(), clock());
+        const Records kept{workflowRecord(Status::saved), workflowRecord(Status::saved, recordedAt.addSecs(5))};
+        CaptureFile(store.fileName()).write({kept[0]});
+        QCOMPARE(run(store.loadAll()), Records{kept[0]});
+        run(store.append(kept[1]));
+
+        const CaptureRecord replacement = workflowRecord(Status::noMatch, recordedAt, u"Mira & Sol"_s);
+        CaptureFile(store.fileName()).write({replacement});
+        QCOMPARE(run(store.loadAll()), kept);
+        QCOMPARE(run(store.recentSave(kept[0].fipArtist(), kept[0].fipTitle(), 300)), kept[0]);
+
+        const CaptureRecord appended = workflowRecord(Status::saved, recordedAt.addSecs(9));
+        run(store.append(appended));
+        QCOMPARE(CaptureFile(store.fileName()).read(), (Records{replacement, appended}));
+        QCOMPARE(run(store.loadAll()), (Records{replacement, appended}));
+    }
+
+    void writeFailureKeepsFileButNotMemory_data()
+    {
+        QTest::addColumn<bool>("readOnlyFolder");
+
+        QTest::newRow("read-only folder") << true;
+        QTest::newRow("file size limit") << false;
+    }
+
+    void writeFailureKeepsFileButNotMemory()
+    {
+        QFETCH(bool, readOnlyFolder);
+        if (readOnlyFolder && geteuid() == 0)
+            QSKIP("running as root, whom folder permissions do not stop; the file size limit row covers it");
+
+        CaptureStore store(m_directory->path(), clock());
+        const Records records{workflowRecord(Status::saved, recordedAt),
+                              workflowRecord(Status::saveFailed, recordedAt.addSecs(1)),
+                              workflowRecord(Status::noMatch, recordedAt.addSecs(2))};
+        run(store.append(records[0]));
+        const QByteArray before = contents(store.fileName());
+
+        try {
+            const WriteFailure failure(m_directory->path(), readOnlyFolder, before.size());
+            run(store.append(records[1]));
+            QFAIL("the append wrote through the blocked write");
+        } catch (const FileError &error) {
+            QVERIFY(!error.localizedDescription().isEmpty());
+        }
+
+        QCOMPARE(contents(store.fileName()), before);
+        QCOMPARE(run(store.loadAll()), (Records{records[0], records[1]}));
+        run(store.append(records[2]));
+        QCOMPARE(run(store.loadAll()), (Records{records[0], records[2]}));
+    }
+
+    void concurrentAppendsLandInCallOrder()
+    {
+        CaptureStore store(m_directory->path(), clock());
+        Records records;
+        std::vector<QCoro::Task<void>> appends;
+        std::optional<QCoro::Task<Records>> halfway;
+        for (int caller = 0; caller < 50; ++caller) {
+            records.append(workflowRecord(Status::saved, recordedAt.addSecs(caller), u"Artiste %1"_s.arg(caller)));
+            appends.push_back(store.append(records.last()));
+            if (caller == 24)
+                halfway.emplace(store.loadAll());
+        }
+        for (QCoro::Task<void> &append : appends)
+            run(std::move(append));
+
+        QCOMPARE(run(std::move(*halfway)), records.first(25));
+        QCOMPARE(run(store.loadAll()), records);
+        QCOMPARE(CaptureFile(store.fileName()).read(), records);
+    }
+
+    void killedAppenderLeavesAWholeHistory()
+    {
+        const QString fileName = m_directory->filePath(u"captures.json"_s);
+        QStringList returned;
+        for (int kill = 1; kill <= 200; ++kill) {
+            QProcess appender;
+            appender.start(QStringLiteral(CAPTURE_APPENDER), {m_directory->path()});
+            QVERIFY2(appender.waitForReadyRead(10000), qPrintable(appender.readAllStandardError()));
+            // Only picks the moment of the kill; nothing is waited for.
+            QTest::qWait(QRandomGenerator::global()->bounded(8));
+            appender.kill();
+            QVERIFY(appender.waitForFinished());
+
+            QStringList lines = QString::fromLatin1(appender.readAllStandardOutput()).split(u'\n');
+            lines.removeLast(); // empty, or a line cut by the kill
+            returned += lines;
+
+            QSet<QString> stored;
+            try {
+                for (const CaptureRecord &record : CaptureFile(fileName).read())
+                    stored.insert(record.idText());
+            } catch (const Error &error) {
+                QFAIL(qPrintable(u"kill %1 left a broken history: %2"_s.arg(kill).arg(error.localizedDescription())));
+            }
+            for (const QString &id : std::as_const(returned))
+                QVERIFY2(stored.contains(id), qPrintable(u"kill %1 lost %2"_s.arg(kill).arg(id)));
+        }
+    }
+
+private:
+    CaptureStore::Clock clock()
+    {
+        return [this] { return m_now; };
+    }
+
+    std::unique_ptr<QTemporaryDir> m_directory;
+    QDateTime m_now;
+};
+
+QTEST_GUILESS_MAIN(HistoryTest)
+
+#include "tst_history.moc"
