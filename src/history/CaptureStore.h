@@ -56,8 +56,6 @@ private:
     Clock m_clock;
     // Touched only by the worker, one operation at a time.
     std::optional<QList<CaptureRecord>> m_cache;
-    // Last, so that it is destroyed first and waits for the queue while the
-    // rest is still alive.
     QThreadPool m_worker;
 };
 

@@ -482,6 +482,21 @@ private Q_SLOTS:
         QCOMPARE(CaptureFile(store.fileName()).read(), records);
     }
 
+    void destroyingTheStoreFinishesItsAppends()
+    {
+        Records records;
+        {
+            CaptureStore store(m_directory->path(), clock());
+            for (int caller = 0; caller < 5; ++caller) {
+                records.append(workflowRecord(Status::saved, recordedAt.addSecs(caller)));
+                store.append(records.last());
+            }
+        }
+        QCOMPARE(CaptureFile(m_directory->filePath(u"captures.json"_s)).read(), records);
+        // The callers' coroutines resume after the store is gone.
+        QCoreApplication::processEvents();
+    }
+
     void killedAppenderLeavesAWholeHistory()
     {
         const QString fileName = m_directory->filePath(u"captures.json"_s);
