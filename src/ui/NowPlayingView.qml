@@ -1,0 +1,230 @@
+import QtQuick
+import Airnote.UI
+import QtQuick.Layouts
+import QtQuick.Controls.Fusion
+
+// The panel's default face: the track on air, the save button and the footer.
+Control {
+    id: view
+
+    required property QtObject fip
+    property bool offersUpdateCheck: true
+    readonly property bool isShown: Window.window !== null && Window.window.visible
+    readonly property bool showsMusic: fip.hasCurrent && fip.current.isMusicTrack
+
+    signal save()
+    signal showHistory()
+    signal checkForUpdates()
+    signal quit()
+
+    // Showing this face cuts the poller's wait short so the track is fresh.
+    onIsShownChanged: if (isShown) fip.cutWaitShort()
+    Component.onCompleted: if (isShown) fip.cutWaitShort()
+
+    implicitWidth: 320
+    padding: 14
+
+    component FooterButton: Button {
+        id: footerButton
+        padding: 0
+        font: Theme.caption
+        background: null
+        contentItem: Text {
+            text: footerButton.text
+            font: footerButton.font
+            color: Theme.secondary
+        }
+    }
+
+    component Divider: Rectangle {
+        Layout.fillWidth: true
+        implicitHeight: 1
+        color: Theme.separator
+    }
+
+    component DimmedMessage: Label {
+        topPadding: 8
+        bottomPadding: 8
+        color: Theme.secondary
+        font: Theme.body
+    }
+
+    contentItem: ColumnLayout {
+        spacing: 12
+
+        RowLayout {
+            Layout.fillWidth: true
+
+            TintedIcon {
+                name: "radio"
+                color: Theme.primary
+                implicitWidth: 18
+                implicitHeight: 18
+            }
+            Label {
+                text: "FIP — en ce moment"
+                font: Theme.headline
+                color: Theme.primary
+            }
+            Item {
+                Layout.fillWidth: true
+            }
+            BusyIndicator {
+                objectName: "fetchingIndicator"
+                visible: view.fip.isFetching
+                running: visible
+                padding: 0
+                implicitWidth: 16
+                implicitHeight: 16
+                ToolTip.text: "Mise à jour…"
+                ToolTip.visible: fetchingHover.hovered
+                HoverHandler {
+                    id: fetchingHover
+                }
+            }
+            TintedIcon {
+                objectName: "unreachableWarning"
+                visible: !view.fip.isFetching && !view.fip.isReachable
+                name: "exclamationmark-triangle-fill"
+                color: Theme.orange
+                implicitWidth: 16
+                implicitHeight: 16
+                ToolTip.text: "FIP injoignable"
+                ToolTip.visible: warningHover.hovered
+                HoverHandler {
+                    id: warningHover
+                }
+            }
+        }
+
+        Divider {}
+
+        RowLayout {
+            objectName: "trackBlock"
+            visible: view.showsMusic
+            Layout.fillWidth: true
+            spacing: 10
+
+            RoundedImage {
+                objectName: "artwork"
+                Layout.alignment: Qt.AlignTop
+                implicitWidth: 60
+                implicitHeight: 60
+                radius: 6
+                source: view.fip.current.artworkURL
+                placeholderColor: Theme.quaternaryFill
+            }
+            ColumnLayout {
+                Layout.alignment: Qt.AlignTop
+                Layout.fillWidth: true
+                spacing: 2
+
+                Label {
+                    objectName: "trackTitle"
+                    Layout.fillWidth: true
+                    text: view.fip.current.title
+                    font.family: Theme.body.family
+                    font.pointSize: Theme.body.pointSize
+                    font.bold: true
+                    color: Theme.primary
+                    wrapMode: Text.Wrap
+                    maximumLineCount: 2
+                    elide: Text.ElideRight
+                }
+                Label {
+                    objectName: "trackArtist"
+                    Layout.fillWidth: true
+                    text: view.fip.current.artist
+                    font: Theme.callout
+                    color: Theme.secondary
+                    maximumLineCount: 1
+                    elide: Text.ElideRight
+                }
+                Label {
+                    objectName: "trackAlbum"
+                    Layout.fillWidth: true
+                    visible: text !== ""
+                    text: view.fip.current.album
+                    font: Theme.caption
+                    color: Theme.secondary
+                    maximumLineCount: 1
+                    elide: Text.ElideRight
+                }
+            }
+        }
+
+        Button {
+            id: saveButton
+            objectName: "saveButton"
+            visible: view.showsMusic
+            enabled: view.showsMusic
+            Layout.alignment: Qt.AlignHCenter
+            text: "Sauver dans Apple Music"
+            font.family: Theme.body.family
+            font.pointSize: Theme.body.pointSize
+            topPadding: 7
+            bottomPadding: 7
+            leftPadding: 14
+            rightPadding: 14
+            opacity: enabled ? 1 : 0.5
+            onClicked: view.save()
+            contentItem: RowLayout {
+                spacing: 6
+                TintedIcon {
+                    name: "plus-circle-fill"
+                    color: Theme.accentText
+                    implicitWidth: 16
+                    implicitHeight: 16
+                }
+                Text {
+                    text: saveButton.text
+                    font: saveButton.font
+                    color: Theme.accentText
+                }
+            }
+            background: Rectangle {
+                radius: 6
+                color: saveButton.down ? Qt.darker(Theme.accent, 1.15) : Theme.accent
+            }
+        }
+
+        DimmedMessage {
+            objectName: "loadingMessage"
+            visible: !view.fip.hasCurrent
+            text: "Chargement…"
+        }
+
+        DimmedMessage {
+            objectName: "noMusicMessage"
+            visible: view.fip.hasCurrent && !view.fip.current.isMusicTrack
+            text: "Pas de musique en ce moment"
+        }
+
+        Divider {}
+
+        RowLayout {
+            Layout.fillWidth: true
+            spacing: 12
+
+            FooterButton {
+                objectName: "historyButton"
+                text: "Historique…"
+                onClicked: view.showHistory()
+            }
+            FooterButton {
+                objectName: "updatesButton"
+                visible: view.offersUpdateCheck
+                text: "Vérifier les màj"
+                onClicked: view.checkForUpdates()
+            }
+            Item {
+                Layout.fillWidth: true
+            }
+            FooterButton {
+                objectName: "quitButton"
+                text: "Quitter"
+                onClicked: view.quit()
+            }
+        }
+    }
+}

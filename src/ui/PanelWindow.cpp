@@ -1,0 +1,93 @@
+#include "PanelWindow.h"
+
+#include "app/AirnoteApp.h"
+
+#include <QCursor>
+#include <QGuiApplication>
+#include <QKeyEvent>
+#include <QQuickItem>
+#include <QScreen>
+#include <QStyleHints>
+
+namespace airnote {
+
+PanelWindow::PanelWindow(AirnoteApp *app, Presentation presentation, QWindow *parent)
+    : QQuickView(parent)
+    , m_presentation(presentation)
+{
+    setTitle(QStringLiteral("Airnote"));
+    if (presentation == Presentation::Attached) {
+        setFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
+        connect(this, &QWindow::activeChanged, this, &PanelWindow::hideWhenDeactivated);
+    }
+    setResizeMode(QQuickView::SizeViewToRootObject);
+    setInitialProperties({{QStringLiteral("app"), QVariant::fromValue(app)}});
+    setSource(QUrl(QStringLiteral("qrc:/qt-project.org/imports/Airnote/UI/PanelContent.qml")));
+    if (QQuickItem *content = rootObject()) {
+        connect(content, &QQuickItem::widthChanged, this, &PanelWindow::followContentSize);
+        connect(content, &QQuickItem::heightChanged, this, &PanelWindow::followContentSize);
+        followContentSize();
+    }
+}
+
+void PanelWindow::showNextTo(QRect anchor)
+{
+    if (!anchor.isValid())
+        anchor = QRect(QCursor::pos(), QSize(1, 1));
+    QScreen *screen = QGuiApplication::screenAt(anchor.center());
+    if (!screen)
+        screen = QGuiApplication::primaryScreen();
+    setPosition(placement(anchor, size(), screen->availableGeometry()));
+    show();
+    raise();
+    requestActivate();
+}
+
+void PanelWindow::toggleNextTo(QRect anchor)
+{
+    // The click on the tray icon that should close the panel first takes the
+    // focus away from it, which already hid it: that click must not reopen it.
+    const bool justHidden = m_sinceHiddenByDeactivation.isValid()
+        && m_sinceHiddenByDeactivation.elapsed() < QGuiApplication::styleHints()->mouseDoubleClickInterval();
+    if (isVisible())
+        hide();
+    else if (!justHidden)
+        showNextTo(anchor);
+}
+
+QPoint PanelWindow::placement(QRect anchor, QSize panelSize, QRect available)
+{
+    const bool opensUpwards = anchor.center().y() > available.center().y();
+    QPoint position(anchor.center().x() - panelSize.width() / 2,
+                    opensUpwards ? anchor.top() - panelSize.height() : anchor.bottom() + 1);
+    position.setX(std::clamp(position.x(), available.left(), std::max(available.left(), available.right() + 1 - panelSize.width())));
+    position.setY(std::clamp(position.y(), available.top(), std::max(available.top(), available.bottom() + 1 - panelSize.height())));
+    return position;
+}
+
+void PanelWindow::keyPressEvent(QKeyEvent *event)
+{
+    if (m_presentation == Presentation::Attached && event->key() == Qt::Key_Escape) {
+        hide();
+        return;
+    }
+    QQuickView::keyPressEvent(event);
+}
+
+void PanelWindow::followContentSize()
+{
+    // A fixed size: the content decides it, never the window manager.
+    const QSize contentSize = rootObject()->size().toSize();
+    setMinimumSize(contentSize);
+    setMaximumSize(contentSize);
+}
+
+void PanelWindow::hideWhenDeactivated()
+{
+    if (isActive() || !isVisible())
+        return;
+    hide();
+    m_sinceHiddenByDeactivation.start();
+}
+
+} // namespace airnote

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QElapsedTimer>
+#include <QQuickView>
+
+namespace airnote {
+
+class AirnoteApp;
+
+// The window that holds the panel's content. Attached, it is a frameless panel
+// opened next to the tray icon that hides when it loses focus; windowed, it is
+// an ordinary window titled "Airnote". Either way it is sized to its content.
+class PanelWindow : public QQuickView
+{
+    Q_OBJECT
+
+public:
+    enum class Presentation { Attached, Windowed };
+
+    PanelWindow(AirnoteApp *app, Presentation presentation, QWindow *parent = nullptr);
+
+    // anchor: the tray icon's geometry, or an invalid rectangle when the
+    // desktop does not tell it; the cursor position stands in then.
+    void showNextTo(QRect anchor);
+    void toggleNextTo(QRect anchor);
+
+    // Where a panel of the given size opens: centred under the anchor, or above
+    // it when the anchor sits in the lower half, kept inside the available area.
+    static QPoint placement(QRect anchor, QSize panelSize, QRect available);
+
+protected:
+    void keyPressEvent(QKeyEvent *event) override;
+
+private:
+    void followContentSize();
+    void hideWhenDeactivated();
+
+    Presentation m_presentation;
+    QElapsedTimer m_sinceHiddenByDeactivation;
+};
+
+} // namespace airnote

@@ -1,0 +1,101 @@
+#include "RoundedImage.h"
+
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QPainter>
+#include <QPainterPath>
+#include <QPointer>
+#include <QQmlEngine>
+
+#include <qcoro/qcoronetworkreply.h>
+
+#include <memory>
+
+namespace airnote {
+
+namespace {
+
+struct DeleteLater
+{
+    void operator()(QObject *object) const { object->deleteLater(); }
+};
+
+// Maps the image onto the item so that it covers it, aspect ratio kept and
+// centred, the overflow falling outside the item.
+QTransform coveringTransform(QSizeF image, QSizeF item)
+{
+    const qreal scale = std::max(item.width() / image.width(), item.height() / image.height());
+    const QPointF offset((item.width() - image.width() * scale) / 2, (item.height() - image.height() * scale) / 2);
+    return QTransform::fromTranslate(offset.x(), offset.y()).scale(scale, scale);
+}
+
+} // namespace
+
+RoundedImage::RoundedImage(QQuickItem *parent)
+    : QQuickPaintedItem(parent)
+{
+    setAntialiasing(true);
+    connect(this, &RoundedImage::sourceChanged, this, &RoundedImage::reload);
+    connect(this, &RoundedImage::radiusChanged, this, &QQuickItem::update);
+    connect(this, &RoundedImage::placeholderColorChanged, this, &QQuickItem::update);
+}
+
+bool RoundedImage::isLoaded() const
+{
+    return !m_image.isNull();
+}
+
+void RoundedImage::paint(QPainter *painter)
+{
+    painter->setRenderHint(QPainter::Antialiasing);
+    painter->setRenderHint(QPainter::SmoothPixmapTransform);
+    painter->setPen(Qt::NoPen);
+    if (m_image.isNull()) {
+        painter->setBrush(m_placeholderColor);
+    } else {
+        // A brush rather than a clip path: raster clipping has jagged edges.
+        QBrush brush(m_image);
+        brush.setTransform(coveringTransform(m_image.size(), size()));
+        painter->setBrush(brush);
+    }
+    painter->drawRoundedRect(boundingRect(), m_radius, m_radius);
+}
+
+void RoundedImage::componentComplete()
+{
+    QQuickPaintedItem::componentComplete();
+    reload();
+}
+
+void RoundedImage::reload()
+{
+    setImage({});
+    // The engine's network access manager is reachable only once the item is complete.
+    if (isComponentComplete() && !m_source.isEmpty())
+        load(m_source);
+}
+
+void RoundedImage::setImage(const QImage &image)
+{
+    const bool wasLoaded = isLoaded();
+    m_image = image;
+    update();
+    if (wasLoaded != isLoaded())
+        Q_EMIT isLoadedChanged();
+}
+
+QCoro::Task<> RoundedImage::load(QUrl source)
+{
+    QQmlEngine *engine = qmlEngine(this);
+    if (!engine)
+        co_return;
+    QPointer<RoundedImage> self(this);
+    std::unique_ptr<QNetworkReply, DeleteLater> reply(engine->networkAccessManager()->get(QNetworkRequest(source)));
+    co_await reply.get();
+    // A failed load leaves the placeholder, as does an answer for an address no longer shown.
+    if (!self || self->m_source != source || reply->error() != QNetworkReply::NoError)
+        co_return;
+    self->setImage(QImage::fromData(reply->readAll()));
+}
+
+} // namespace airnote

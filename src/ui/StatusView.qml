@@ -1,0 +1,79 @@
+import QtQuick
+import Airnote.UI
+import QtQuick.Layouts
+import QtQuick.Controls.Fusion
+
+// The card shown while the save flow works or reports its outcome.
+Control {
+    id: card
+
+    // "loading", "success", "info" or "failure".
+    property string kind: "loading"
+    property string title
+    // Empty: no subtitle line at all.
+    property string subtitle
+
+    readonly property var symbols: ({
+        success: { name: "checkmark-circle-fill", color: Theme.green },
+        info: { name: "info-circle-fill", color: Theme.blue },
+        failure: { name: "exclamationmark-triangle-fill", color: Theme.orange }
+    })
+
+    implicitWidth: 360
+    padding: 16
+
+    contentItem: RowLayout {
+        spacing: 12
+
+        Item {
+            Layout.alignment: Qt.AlignVCenter
+            implicitWidth: 32
+            implicitHeight: 32
+
+            BusyIndicator {
+                objectName: "statusSpinner"
+                anchors.fill: parent
+                padding: 0
+                visible: card.kind === "loading"
+                running: visible
+            }
+            TintedIcon {
+                objectName: "statusIcon"
+                anchors.fill: parent
+                visible: card.kind !== "loading"
+                name: card.symbols[card.kind] ? card.symbols[card.kind].name : ""
+                color: card.symbols[card.kind] ? card.symbols[card.kind].color : "transparent"
+            }
+        }
+
+        ColumnLayout {
+            Layout.alignment: Qt.AlignVCenter
+            Layout.fillWidth: true
+            spacing: 2
+
+            Label {
+                objectName: "statusTitle"
+                Layout.fillWidth: true
+                text: card.title
+                font.family: Theme.body.family
+                font.pointSize: Theme.body.pointSize
+                font.bold: true
+                color: Theme.primary
+                wrapMode: Text.Wrap
+                maximumLineCount: 2
+                elide: Text.ElideRight
+            }
+            Label {
+                objectName: "statusSubtitle"
+                Layout.fillWidth: true
+                visible: card.subtitle !== ""
+                text: card.subtitle
+                font: Theme.caption
+                color: Theme.secondary
+                wrapMode: Text.Wrap
+                maximumLineCount: 3
+                elide: Text.ElideRight
+            }
+        }
+    }
+}
