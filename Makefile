@@ -30,3 +30,8 @@ bench: build
 
 clean:
 	rm -rf $(BUILD_DIR)
+
+# Sanitized libFuzzer runs with clang in build-fuzz; FUZZ_SECONDS per target.
+.PHONY: fuzz
+fuzz:
+	scripts/fuzz

@@ -1,0 +1,13 @@
+#include "RunParser.h"
+
+#include "music/AppleMusicReplies.h"
+#include "platform/Error.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    return airnote::runParser<airnote::JsonError>(data, size, [](const QByteArray &reply) {
+        // The artwork templates come from the reply too; the preview fills them in.
+        for (const airnote::Song &song : airnote::catalogSongs(reply))
+            song.artworkURL(120, 120);
+    });
+}

@@ -1,0 +1,11 @@
+#include "RunParser.h"
+
+#include "station/ParseError.h"
+#include "station/StationPayload.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    return airnote::runParser<airnote::ParseError>(data, size, [](const QByteArray &body) {
+        airnote::parsePayload(body);
+    });
+}
