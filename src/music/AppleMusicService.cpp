@@ -6,6 +6,7 @@
 #include "music/TokenResponse.h"
 #include "platform/Logging.h"
 #include "platform/MusicUserTokenProvider.h"
+#include "platform/Settings.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -26,6 +27,8 @@ constexpr qint64 tokenReuseMarginSeconds = 60;
 constexpr qsizetype bodyExcerptLength = 200;
 constexpr int catalogSearchLimit = 15;
 constexpr int playlistPageSize = 100;
+// Apple answers 401 for a developer token it refuses, 403 for a music user token.
+constexpr int userTokenRejectedStatus = 403;
 
 const QString playlistKey = QStringLiteral("fipPlaylistID");
 const QString playlistName = QStringLiteral("FIP");
@@ -85,14 +88,6 @@ QUrlQuery searchQuery(const QString &term)
     return query;
 }
 
-std::unique_ptr<QSettings> openSettings(const QString &file)
-{
-    if (file.isEmpty())
-        return std::make_unique<QSettings>(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("Airnote"),
-                                           QStringLiteral("Airnote"));
-    return std::make_unique<QSettings>(file, QSettings::IniFormat);
-}
-
 } // namespace
 
 AppleMusicService::AppleMusicService(QNetworkAccessManager *session, MusicAuthorization *authorization,
@@ -105,11 +100,14 @@ AppleMusicService::AppleMusicService(QNetworkAccessManager *session, MusicAuthor
                                      MusicUserTokenProvider *userTokens, Configuration configuration, QObject *parent)
     : QObject(parent)
     , m_session(session)
+    , m_authorization(authorization)
     , m_authStatus(authorization->currentStatus())
     , m_userTokens(userTokens)
     , m_configuration(std::move(configuration))
     , m_settings(openSettings(m_configuration.settingsFile))
 {
+    connect(authorization, &MusicAuthorization::statusChanged, this,
+            [this] { setAuthStatus(m_authorization->currentStatus()); });
 }
 
 AppleMusicService::~AppleMusicService() = default;
@@ -237,17 +235,15 @@ QCoro::Task<QString> AppleMusicService::storefront()
         const QString remembered = *m_storefront;
         co_return remembered;
     }
-    QNetworkRequest request;
+    QByteArray reply;
     try {
-        request = co_await authorized(apiRequest(QStringLiteral("/v1/me/storefront")));
+        reply = co_await sendValidated(apiRequest(QStringLiteral("/v1/me/storefront")), httpGet);
     } catch (const MusicUserTokenProvider::Unavailable &) {
         // Without a listener, the catalog is read in the French storefront, and
         // the question is asked again next time.
         co_return defaultStorefront;
     }
-    const WebResponse response = co_await sendRequest(m_session, request, httpGet);
-    validate(response);
-    const std::optional<QString> found = firstResourceID(response.data);
+    const std::optional<QString> found = firstResourceID(reply);
     if (!found || !isSafePathSegment(*found))
         throw JsonError(QStringLiteral("vitrine Apple Music illisible dans la réponse"));
     m_storefront = found;
@@ -362,6 +358,8 @@ QCoro::Task<WebResponse> AppleMusicService::sendAuthorized(QNetworkRequest reque
 QCoro::Task<QByteArray> AppleMusicService::sendValidated(QNetworkRequest request, QByteArray verb, QByteArray body)
 {
     const WebResponse response = co_await sendAuthorized(std::move(request), verb, body);
+    if (response.statusCode == userTokenRejectedStatus)
+        co_await m_authorization->forgetRejectedToken();
     validate(response);
     co_return response.data;
 }

@@ -95,13 +95,15 @@ private:
     QNetworkRequest playlistListRequest() const;
     QNetworkRequest trackAdditionRequest(const QString &playlistID) const;
     QCoro::Task<WebResponse> sendAuthorized(QNetworkRequest request, QByteArray verb, QByteArray body = {});
-    // sendAuthorized, then validate: the body of a 2xx reply.
+    // sendAuthorized, then validate: the body of a 2xx reply. Every such request
+    // carries the music user token, so a 403 also signs the listener out.
     QCoro::Task<QByteArray> sendValidated(QNetworkRequest request, QByteArray verb, QByteArray body = {});
 
     QString rememberPlaylist(QString playlistID);
     void forgetPlaylist();
 
     QNetworkAccessManager *m_session;
+    MusicAuthorization *m_authorization;
     MusicAuthorization::Status m_authStatus;
     MusicUserTokenProvider *m_userTokens;
     Configuration m_configuration;

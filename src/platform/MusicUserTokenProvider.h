@@ -5,15 +5,13 @@
 #include <QCoro/QCoroTask>
 #include <QObject>
 
-#include <chrono>
-
-#include <qt6keychain/keychain.h>
+#include <memory>
 
 namespace airnote {
 
 // The listener's Apple Music user token: the environment variable
-// AIRNOTE_MUSIC_USER_TOKEN when set, otherwise the system keychain.
-// The token is a secret: nothing here logs it.
+// AIRNOTE_MUSIC_USER_TOKEN when set, otherwise the stored one (the system
+// keychain unless another store is given). The token is a secret: nothing here logs it.
 class MusicUserTokenProvider : public QObject
 {
     Q_OBJECT
@@ -26,25 +24,36 @@ public:
         using Error::Error;
     };
 
-    static constexpr std::chrono::milliseconds defaultKeychainTimeout{10'000};
+    // Where the token rests between runs. Each operation throws Unavailable
+    // when the store cannot be reached.
+    class Store
+    {
+    public:
+        virtual ~Store() = default;
+        // Empty when nothing is stored.
+        virtual QCoro::Task<QString> read() = 0;
+        virtual QCoro::Task<> write(QString token) = 0;
+        virtual QCoro::Task<> remove() = 0;
+    };
 
-    explicit MusicUserTokenProvider(std::chrono::milliseconds keychainTimeout = defaultKeychainTimeout,
-                                    QObject *parent = nullptr);
+    // Keeps the token in the system keychain.
+    explicit MusicUserTokenProvider(QObject *parent = nullptr);
+    explicit MusicUserTokenProvider(std::unique_ptr<Store> store, QObject *parent = nullptr);
+    ~MusicUserTokenProvider() override;
 
     // AIRNOTE_MUSIC_USER_TOKEN, empty when unset.
     static QString environmentToken();
 
+    // The token, empty when there is none; throws Unavailable when the store cannot be read.
+    QCoro::Task<QString> storedToken();
     // The developer token is what a sign-in needs; reading the stored token ignores it.
+    // Throws Unavailable when there is no token.
     QCoro::Task<QString> userToken(QString developerToken);
     QCoro::Task<> store(QString token);
     QCoro::Task<> clear();
 
 private:
-    // Runs the job and waits for it, at most the keychain timeout. Answers
-    // NoError or EntryNotFound; any other outcome, or no answer, throws Unavailable.
-    QCoro::Task<QKeychain::Error> run(QKeychain::Job *job, QString action);
-
-    std::chrono::milliseconds m_keychainTimeout;
+    std::unique_ptr<Store> m_store;
 };
 
 } // namespace airnote

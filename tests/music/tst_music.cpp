@@ -3,6 +3,7 @@
 #include "music/AppleMusicService.h"
 #include "music/MatchScoring.h"
 #include "music/ServiceError.h"
+#include "platform/KeychainTokenStore.h"
 #include "platform/MusicAuthorization.h"
 #include "platform/MusicUserTokenProvider.h"
 
@@ -138,6 +139,30 @@ Song song(const QString &id, const QString &title, const QString &artist)
     return Song{.id = id, .title = title, .artistName = artist, .albumTitle = {}, .artwork = {}};
 }
 
+// The keychain in memory.
+class MemoryKeychain : public MusicUserTokenProvider::Store
+{
+public:
+    explicit MemoryKeychain(QString stored) : token(std::move(stored)) {}
+    QCoro::Task<QString> read() override
+    {
+        const QString stored = token;
+        co_return stored;
+    }
+    QCoro::Task<> write(QString value) override
+    {
+        token = std::move(value);
+        co_return;
+    }
+    QCoro::Task<> remove() override
+    {
+        token.clear();
+        co_return;
+    }
+
+    QString token;
+};
+
 const Song someSong = song(QStringLiteral("1712000001"), QStringLiteral("Harbour Lights"), QStringLiteral("Mira & Sol"));
 
 } // namespace
@@ -157,6 +182,13 @@ private:
         m_service = std::make_unique<AppleMusicService>(&m_session, m_authorization.get(), m_userTokens.get(),
                                                         std::move(configuration));
         m_service->setAuthStatus(Status::authorized);
+    }
+    void makeServiceOver(std::unique_ptr<MusicUserTokenProvider::Store> keychain)
+    {
+        m_userTokens = std::make_unique<MusicUserTokenProvider>(std::move(keychain));
+        m_authorization = std::make_unique<MusicAuthorization>(
+            m_userTokens.get(), MusicAuthorization::Configuration{.settingsFile = settingsFile()});
+        makeService(configuration());
     }
     AppleMusicService::Configuration configuration() const
     {
@@ -199,9 +231,7 @@ private Q_SLOTS:
         m_fake = std::make_unique<FakeAppleMusic>();
         QVERIFY(m_fake->listen());
         qputenv("AIRNOTE_MUSIC_USER_TOKEN", m_fake->musicUserToken().toUtf8());
-        m_userTokens = std::make_unique<MusicUserTokenProvider>(2s);
-        m_authorization = std::make_unique<MusicAuthorization>(m_userTokens.get());
-        makeService(configuration());
+        makeServiceOver(std::make_unique<KeychainTokenStore>(2s));
     }
 
     void cleanup()
@@ -679,6 +709,40 @@ private Q_SLOTS:
         qputenv("AIRNOTE_MUSIC_USER_TOKEN", "from-environment");
         QCOMPARE(runToEnd(m_userTokens->userToken("developer")), "from-environment");
         QCOMPARE(runToEnd(m_authorization->request()), Status::authorized);
+    }
+
+    void rejectedUserTokenSignsOut_data()
+    {
+        QTest::addColumn<FakeAppleMusic::Endpoint>("endpoint");
+        QTest::addColumn<int>("status");
+        QTest::addColumn<bool>("signsOut");
+        QTest::newRow("403 adding to the library") << FakeAppleMusic::Endpoint::libraryAddition << 403 << true;
+        QTest::newRow("403 reading the storefront") << FakeAppleMusic::Endpoint::storefront << 403 << true;
+        QTest::newRow("401 adding to the library") << FakeAppleMusic::Endpoint::libraryAddition << 401 << false;
+        QTest::newRow("403 searching the catalog") << FakeAppleMusic::Endpoint::catalogSearch << 403 << false;
+    }
+
+    void rejectedUserTokenSignsOut()
+    {
+        QFETCH(FakeAppleMusic::Endpoint, endpoint);
+        QFETCH(int, status);
+        QFETCH(bool, signsOut);
+        qunsetenv("AIRNOTE_MUSIC_USER_TOKEN");
+        QSettings(settingsFile(), QSettings::IniFormat).setValue("musicSignInDeclined", true);
+        auto keychain = std::make_unique<MemoryKeychain>(m_fake->musicUserToken());
+        const MemoryKeychain *stored = keychain.get();
+        makeServiceOver(std::move(keychain));
+        QCOMPARE(runToEnd(m_authorization->request()), Status::authorized);
+        m_fake->replyNext(endpoint, HttpReply::text(status, "refused"));
+
+        const QString error = endpoint == FakeAppleMusic::Endpoint::libraryAddition
+            ? errorOf(m_service->addSong(someSong))
+            : errorOf(m_service->searchMatches("Mira & Sol", "Harbour Lights"));
+
+        QCOMPARE(error, QStringLiteral("API Apple Music erreur %1 : refused").arg(status));
+        QCOMPARE(stored->token.isEmpty(), signsOut);
+        QCOMPARE(m_service->authStatus(), signsOut ? Status::notDetermined : Status::authorized);
+        QCOMPARE(QSettings(settingsFile(), QSettings::IniFormat).contains("musicSignInDeclined"), !signsOut);
     }
 
     void secretsNeverLogged()

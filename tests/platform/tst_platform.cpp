@@ -1,9 +1,12 @@
 #include "platform/Endpoints.h"
 #include "platform/Error.h"
+#include "platform/MusicAuthorization.h"
+#include "platform/MusicUserTokenProvider.h"
 #include "platform/SignInServer.h"
 #include "platform/SingleInstance.h"
 
 #include <QCoroNetworkReply>
+#include <QCoroTimer>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QNetworkAccessManager>
@@ -12,6 +15,7 @@
 #include <QTemporaryDir>
 #include <QNetworkReply>
 #include <QRegularExpression>
+#include <QSettings>
 #include <QStandardPaths>
 #include <QTest>
 #include <QtConcurrent/QtConcurrentRun>
@@ -22,6 +26,7 @@
 using namespace airnote;
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
+using Status = MusicAuthorization::Status;
 
 namespace {
 
@@ -100,6 +105,77 @@ private:
     QNetworkAccessManager m_network;
 };
 
+// The keychain in memory; like the real one it answers later, never at once.
+class MemoryKeychain : public MusicUserTokenProvider::Store
+{
+public:
+    QCoro::Task<QString> read() override
+    {
+        co_await answerLater();
+        const QString stored = token;
+        co_return stored;
+    }
+    QCoro::Task<> write(QString value) override
+    {
+        co_await answerLater();
+        token = value;
+    }
+    QCoro::Task<> remove() override
+    {
+        co_await answerLater();
+        token.clear();
+    }
+
+    QString token;
+    bool reachable = true;
+
+private:
+    QCoro::Task<> answerLater() const
+    {
+        co_await QCoro::sleepFor(0ms);
+        if (!reachable)
+            throw MusicUserTokenProvider::Unavailable(u"The system keychain is locked"_s);
+    }
+};
+
+struct DeveloperTokens
+{
+    QCoro::Task<QString> fetch()
+    {
+        ++fetches;
+        co_await QCoro::sleepFor(0ms);
+        if (!available)
+            throw NetworkError(u"Token Apple Music indisponible : réseau : refused"_s);
+        co_return developerToken;
+    }
+
+    int fetches = 0;
+    bool available = true;
+};
+
+// An authorization as the program builds it, over the test browser, an
+// in-memory keychain and its own settings file.
+class SignInBench
+{
+public:
+    explicit SignInBench(const QString &settingsFile, std::chrono::milliseconds signInTimeout = 5min)
+        : keychain(new MemoryKeychain)
+        , userTokens(std::unique_ptr<MusicUserTokenProvider::Store>(keychain))
+        , authorization(&userTokens, {settingsFile, browser.opener(), signInTimeout})
+    {
+        authorization.setDeveloperTokenSource([this] { return developerTokens.fetch(); });
+    }
+
+    MusicAuthorization::Status request() { return QCoro::waitFor(authorization.request()); }
+    void awaitSignInEnd() { QVERIFY(QSignalSpy(&authorization, &MusicAuthorization::signInFinished).wait()); }
+
+    Browser browser;
+    DeveloperTokens developerTokens;
+    MemoryKeychain *keychain;
+    MusicUserTokenProvider userTokens;
+    MusicAuthorization authorization;
+};
+
 } // namespace
 
 class PlatformTest : public QObject
@@ -110,6 +186,7 @@ private Q_SLOTS:
     void initTestCase()
     {
         QStandardPaths::setTestModeEnabled(true);
+        qunsetenv("AIRNOTE_MUSIC_USER_TOKEN");
         previousHandler = qInstallMessageHandler(recordMessage);
     }
 
@@ -350,6 +427,143 @@ private Q_SLOTS:
         leftover.close();
         SingleInstance instance(name);
         QVERIFY(instance.listen());
+    }
+
+    void signsInOnceForOverlappingRequests()
+    {
+        loggedMessages.clear();
+        QTemporaryDir folder;
+        SignInBench bench(folder.filePath(u"Airnote.conf"_s));
+        QSignalSpy statusChanges(&bench.authorization, &MusicAuthorization::statusChanged);
+
+        auto first = bench.authorization.request();
+        auto second = bench.authorization.request();
+        QTRY_COMPARE(bench.browser.openings, 1);
+        const QString state = bench.browser.state();
+        QCOMPARE(bench.browser.report({{u"musicUserToken"_s, userToken}}).status, 204);
+
+        QCOMPARE(QCoro::waitFor(std::move(first)), Status::authorized);
+        QCOMPARE(QCoro::waitFor(std::move(second)), Status::authorized);
+        QCOMPARE(bench.developerTokens.fetches, 1);
+        QCOMPARE(bench.keychain->token, userToken);
+        QCOMPARE(statusChanges.count(), 1);
+        QCOMPARE(bench.request(), Status::authorized);
+        QCOMPARE(bench.browser.openings, 1);
+        const QString log = loggedMessages.join(u'\n');
+        for (const QString &secret : {developerToken, userToken, state})
+            QVERIFY2(!log.contains(secret), qPrintable(log));
+    }
+
+    void declineStandsUntilExplicitSignIn()
+    {
+        QTemporaryDir folder;
+        const QString settingsFile = folder.filePath(u"Airnote.conf"_s);
+        {
+            SignInBench bench(settingsFile);
+            auto asked = bench.authorization.request();
+            QTRY_COMPARE(bench.browser.openings, 1);
+            bench.browser.report({{u"declined"_s, true}});
+            QCOMPARE(QCoro::waitFor(std::move(asked)), Status::denied);
+            QCOMPARE(bench.request(), Status::denied);
+            QCOMPARE(bench.browser.openings, 1);
+        }
+
+        SignInBench restarted(settingsFile);
+        QCOMPARE(restarted.authorization.currentStatus(), Status::denied);
+        QCOMPARE(restarted.request(), Status::denied);
+        QCOMPARE(restarted.browser.openings, 0);
+
+        restarted.authorization.signIn();
+        QTRY_COMPARE(restarted.browser.openings, 1);
+        restarted.browser.report({{u"musicUserToken"_s, userToken}});
+        QTRY_COMPARE(restarted.authorization.currentStatus(), Status::authorized);
+        QCOMPARE(restarted.keychain->token, userToken);
+        QVERIFY(!QSettings(settingsFile, QSettings::IniFormat).contains(u"musicSignInDeclined"_s));
+    }
+
+    void unfinishedSignInWaitsForTheListener_data()
+    {
+        QTest::addColumn<QJsonObject>("report");  // empty: the tab is closed and the sign-in times out
+        QTest::newRow("tab closed") << QJsonObject();
+        QTest::newRow("page failed") << QJsonObject{{u"error"_s, u"MusicKit introuvable"_s}};
+    }
+
+    void unfinishedSignInWaitsForTheListener()
+    {
+        QFETCH(QJsonObject, report);
+        QTemporaryDir folder;
+        const QString settingsFile = folder.filePath(u"Airnote.conf"_s);
+        {
+            SignInBench bench(settingsFile, report.isEmpty() ? 20ms : 5min);
+            auto asked = bench.authorization.request();
+            QTRY_COMPARE(bench.browser.openings, 1);
+            if (!report.isEmpty())
+                bench.browser.report(report);
+            QCOMPARE(QCoro::waitFor(std::move(asked)), Status::notDetermined);
+            QCOMPARE(bench.request(), Status::notDetermined);
+            QCOMPARE(bench.browser.openings, 1);
+        }
+
+        // The next run of the program offers the sign-in once more.
+        SignInBench restarted(settingsFile, 20ms);
+        QCOMPARE(restarted.request(), Status::notDetermined);
+        QCOMPARE(restarted.browser.openings, 1);
+    }
+
+    void signInWithoutDeveloperTokenOpensNothing()
+    {
+        loggedMessages.clear();
+        QTemporaryDir folder;
+        SignInBench bench(folder.filePath(u"Airnote.conf"_s));
+        bench.developerTokens.available = false;
+
+        QCOMPARE(bench.request(), Status::notDetermined);
+        QCOMPARE(bench.browser.openings, 0);
+        QCOMPARE(loggedMessages,
+                 QStringList{u"Apple Music sign-in needs a developer token: Token Apple Music indisponible : réseau : refused"_s});
+
+        // The token backend may come back: the next request tries again.
+        bench.developerTokens.available = true;
+        auto asked = bench.authorization.request();
+        QTRY_COMPARE(bench.browser.openings, 1);
+        bench.browser.report({{u"declined"_s, true}});
+        QCOMPARE(QCoro::waitFor(std::move(asked)), Status::denied);
+    }
+
+    void lockedKeychainKeepsTheProgramGoing()
+    {
+        loggedMessages.clear();
+        QTemporaryDir folder;
+        SignInBench bench(folder.filePath(u"Airnote.conf"_s));
+        bench.keychain->reachable = false;
+
+        QCOMPARE(bench.request(), Status::notDetermined);
+        QCOMPARE(bench.browser.openings, 0);
+        QCOMPARE(loggedMessages, QStringList{u"Apple Music user token unavailable: The system keychain is locked"_s});
+
+        bench.keychain->reachable = true;
+        auto asked = bench.authorization.request();
+        QTRY_COMPARE(bench.browser.openings, 1);
+        bench.keychain->reachable = false;
+        bench.browser.report({{u"musicUserToken"_s, userToken}});
+        QCOMPARE(QCoro::waitFor(std::move(asked)), Status::notDetermined);
+        QCOMPARE(loggedMessages.last(), u"Apple Music sign-in could not be kept: The system keychain is locked"_s);
+        QVERIFY(!loggedMessages.join(u'\n').contains(userToken));
+    }
+
+    void signOutKeepsTheBrowserClosed()
+    {
+        QTemporaryDir folder;
+        SignInBench bench(folder.filePath(u"Airnote.conf"_s));
+        bench.keychain->token = userToken;
+        QCOMPARE(bench.request(), Status::authorized);
+
+        bench.authorization.signOut();
+
+        QTRY_COMPARE(bench.authorization.currentStatus(), Status::notDetermined);
+        QCOMPARE(bench.keychain->token, QString());
+        QCOMPARE(bench.request(), Status::notDetermined);
+        QCOMPARE(bench.browser.openings, 0);
     }
 };
 
