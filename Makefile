@@ -20,7 +20,7 @@ run: build
 	$(BUILD_DIR)/bin/airnote
 
 demo: build
-	@echo "the sandbox arrives later"
+	scripts/demo $(BUILD_DIR)
 
 check: build
 	ctest --test-dir $(BUILD_DIR) --output-on-failure

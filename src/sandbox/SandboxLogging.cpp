@@ -1,0 +1,7 @@
+#include "SandboxLogging.h"
+
+namespace airnote::sandbox {
+
+Q_LOGGING_CATEGORY(sandboxLogger, "sandbox", QtInfoMsg)
+
+} // namespace airnote::sandbox

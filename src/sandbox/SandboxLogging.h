@@ -1,0 +1,10 @@
+#pragma once
+
+#include <QLoggingCategory>
+
+namespace airnote::sandbox {
+
+// Lines read "sandbox: <message>" on standard error, apart from Airnote's own categories.
+Q_DECLARE_LOGGING_CATEGORY(sandboxLogger)
+
+} // namespace airnote::sandbox

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QObject>
+#include <QSocketNotifier>
+
+#include <memory>
+
+namespace airnote::sandbox {
+
+// SIGINT and SIGTERM delivered as a Qt signal on the event loop, through a
+// socket pair: a signal handler may do little more than write a byte.
+class TerminationSignals : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit TerminationSignals(QObject *parent = nullptr);
+    ~TerminationSignals() override;
+
+Q_SIGNALS:
+    void received(int signalNumber);
+
+private:
+    static void onSignal(int signalNumber);
+    void onReadable();
+
+    std::unique_ptr<QSocketNotifier> m_notifier;
+};
+
+} // namespace airnote::sandbox

@@ -1,0 +1,302 @@
+#include "sandbox/Sandbox.h"
+#include "sandbox/Scenario.h"
+
+#include "music/AppleMusicService.h"
+#include "platform/Error.h"
+#include "platform/MusicAuthorization.h"
+#include "platform/MusicUserTokenProvider.h"
+#include "station/StationPayload.h"
+
+#include <QCoro/QCoroTask>
+#include <QImage>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QProcess>
+#include <QSignalSpy>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <memory>
+#include <optional>
+
+using namespace airnote;
+using namespace std::chrono_literals;
+using fakes::FakeStation;
+using sandbox::Sandbox;
+
+namespace {
+
+constexpr int period = 30;
+
+// QCoro::waitFor waits forever on a task that throws: a throw comes back as no outcome.
+template<typename T>
+QCoro::Task<std::optional<T>> outcome(QCoro::Task<T> task)
+{
+    try {
+        co_return co_await std::move(task);
+    } catch (const Error &error) {
+        qWarning().noquote() << "threw:" << error.localizedDescription();
+        co_return std::nullopt;
+    }
+}
+
+QCoro::Task<bool> succeeded(QCoro::Task<> task)
+{
+    try {
+        co_await std::move(task);
+        co_return true;
+    } catch (const Error &error) {
+        qWarning().noquote() << "threw:" << error.localizedDescription();
+        co_return false;
+    }
+}
+
+struct LaterDeleter
+{
+    void operator()(QObject *object) const { object->deleteLater(); }
+};
+
+// Every "sandbox" line logged while it lives.
+class SandboxLog
+{
+public:
+    SandboxLog()
+    {
+        s_lines.clear();
+        s_previous = qInstallMessageHandler(&SandboxLog::record);
+    }
+    ~SandboxLog() { qInstallMessageHandler(s_previous); }
+    QStringList lines() const { return s_lines; }
+
+private:
+    static void record(QtMsgType type, const QMessageLogContext &context, const QString &message)
+    {
+        if (qstrcmp(context.category, "sandbox") == 0)
+            s_lines.append(message);
+        s_previous(type, context, message);
+    }
+    static inline QStringList s_lines;
+    static inline QtMessageHandler s_previous = nullptr;
+};
+
+} // namespace
+
+class TestSandbox : public QObject
+{
+    Q_OBJECT
+
+private:
+    // The body of a 200 reply; empty otherwise.
+    QByteArray get(const QUrl &url)
+    {
+        const std::unique_ptr<QNetworkReply, LaterDeleter> reply(m_session.get(QNetworkRequest(url)));
+        QSignalSpy finished(reply.get(), &QNetworkReply::finished);
+        if (!finished.wait(10'000) || reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt() != 200)
+            return {};
+        return reply->readAll();
+    }
+    FIPTrack trackOnAir(int elapsedSeconds)
+    {
+        m_now = m_firstStart.addSecs(elapsedSeconds);
+        return parsePayload(get(m_sandbox->station().liveURL()));
+    }
+    QList<CatalogMatch> search(const FIPTrack &track)
+    {
+        const auto matches = QCoro::waitFor(outcome(m_service->searchMatches(track.artist, track.title)));
+        return matches.value_or(QList<CatalogMatch>{});
+    }
+    static QProcess *startSandbox(const QStringList &arguments)
+    {
+        auto *process = new QProcess;
+        process->start(QStringLiteral(AIRNOTE_SANDBOX_PROGRAM), arguments);
+        return process;
+    }
+
+    QDateTime m_firstStart = QDateTime(QDate(2026, 3, 14), QTime(21, 0), Qt::UTC);
+    QDateTime m_now = m_firstStart;
+    QNetworkAccessManager m_session;
+    QTemporaryDir m_directory;
+    std::unique_ptr<Sandbox> m_sandbox;
+    std::unique_ptr<MusicUserTokenProvider> m_userTokens;
+    std::unique_ptr<MusicAuthorization> m_authorization;
+    std::unique_ptr<AppleMusicService> m_service;
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QStandardPaths::setTestModeEnabled(true);
+        qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/airnote-test-bus");
+        m_sandbox = std::make_unique<Sandbox>(FakeStation::Schedule{.period = std::chrono::seconds(period),
+                                                                    .clock = [this] { return m_now; }});
+        QVERIFY(m_sandbox->listen());
+        // Airnote's own services find the sandbox through the variables it prints.
+        for (const auto &[name, value] : m_sandbox->environment())
+            qputenv(name.constData(), value.toUtf8());
+        m_userTokens = std::make_unique<MusicUserTokenProvider>();
+        m_authorization = std::make_unique<MusicAuthorization>(m_userTokens.get());
+        m_service = std::make_unique<AppleMusicService>(
+            &m_session, m_authorization.get(), m_userTokens.get(),
+            AppleMusicService::Configuration{.settingsFile = m_directory.filePath(QStringLiteral("Airnote.conf"))});
+        const auto status = QCoro::waitFor(outcome(m_authorization->request()));
+        QCOMPARE(status, std::optional(MusicAuthorization::Status::authorized));
+        m_service->setAuthStatus(*status);
+    }
+
+    void liveDocumentFollowsTheClock_data()
+    {
+        QTest::addColumn<int>("elapsed");
+        QTest::addColumn<int>("index");
+        const int loop = static_cast<int>(sandbox::programme().size()) * period;
+        QTest::newRow("first item at start") << 0 << 0;
+        QTest::newRow("first item until its end") << period - 1 << 0;
+        QTest::newRow("second item after one period") << period << 1;
+        QTest::newRow("fourth item mid-period") << 3 * period + period / 2 << 3;
+        QTest::newRow("programme loops") << loop + 1 << 0;
+        QTest::newRow("last item before looping") << loop - 1 << static_cast<int>(sandbox::programme().size()) - 1;
+    }
+    void liveDocumentFollowsTheClock()
+    {
+        QFETCH(int, elapsed);
+        QFETCH(int, index);
+        const FIPTrack track = trackOnAir(elapsed);
+        const FakeStation::Item item = sandbox::programme().at(index);
+        QCOMPARE(m_sandbox->station().indexOnAir(), index);
+        QCOMPARE(track.title, item.title);
+        QCOMPARE(track.artist, item.artist);
+        const QDateTime slotStart = m_firstStart.addSecs(elapsed - elapsed % period);
+        QCOMPARE(track.startedAt, slotStart);
+        QCOMPARE(track.endsAt, std::optional(slotStart.addSecs(period)));
+    }
+
+    void everyItemParsesWithItsCover_data()
+    {
+        QTest::addColumn<int>("index");
+        const QList<FakeStation::Item> programme = sandbox::programme();
+        for (int index = 0; index < programme.size(); ++index)
+            QTest::addRow("%d %s", index, qUtf8Printable(programme.at(index).title)) << index;
+    }
+    void everyItemParsesWithItsCover()
+    {
+        QFETCH(int, index);
+        const FakeStation::Item item = sandbox::programme().at(index);
+        const FIPTrack track = trackOnAir(index * period);
+        QCOMPARE(track.isMusicTrack, item.songUuid.has_value());
+        QCOMPARE(track.artworkURL.has_value(), item.cover.has_value());
+        if (!track.artworkURL)
+            return;
+        const QImage cover = QImage::fromData(get(*track.artworkURL));
+        QCOMPARE(cover.size(), QSize(400, 400));
+        const QImage neighbour = FakeStation::coverImage(sandbox::programme().at(index ? index - 1 : 1).cover.value_or(QString()),
+                                                         QSize(400, 400));
+        QVERIFY(cover.convertToFormat(QImage::Format_RGB32) != neighbour);
+    }
+
+    void catalogHoldsExactNearAndMissingTracks()
+    {
+        const QList<FakeStation::Item> programme = sandbox::programme();
+        QList<FIPTrack> exact, near, missing;
+        for (int index = 0; index < programme.size(); ++index) {
+            const FIPTrack track = trackOnAir(index * period);
+            if (!track.isMusicTrack)
+                continue;
+            const QList<CatalogMatch> matches = search(track);
+            const double best = matches.isEmpty() ? 0.0 : matches.first().confidence;
+            (matches.isEmpty() ? missing : best == 1.0 ? exact : near).append(track);
+            if (!matches.isEmpty())
+                QCOMPARE(QImage::fromData(get(matches.first().song.artworkURL(60, 60))).size(), QSize(60, 60));
+        }
+        QVERIFY(!exact.isEmpty());
+        QVERIFY(!near.isEmpty());
+        QVERIFY(!missing.isEmpty());
+        QCOMPARE(exact.size() + near.size() + missing.size(),
+                 std::count_if(programme.cbegin(), programme.cend(), [](const auto &item) { return item.songUuid.has_value(); }));
+    }
+
+    void addedSongsLandInLibraryAndFipPlaylist()
+    {
+        SandboxLog log;
+        QList<Song> songs;
+        for (const int index : {0, 3}) {
+            const QList<CatalogMatch> matches = search(trackOnAir(index * period));
+            QVERIFY(!matches.isEmpty());
+            songs.append(matches.first().song);
+            QVERIFY(QCoro::waitFor(succeeded(m_service->addSong(songs.last()))));
+        }
+        const auto &appleMusic = m_sandbox->appleMusic();
+        QCOMPARE(appleMusic.library(), (QStringList{songs.at(0).id, songs.at(1).id}));
+        QCOMPARE(appleMusic.playlists().size(), 1);
+        QCOMPARE(appleMusic.playlists().first().name, QStringLiteral("FIP"));
+        QCOMPARE(appleMusic.playlists().first().trackIDs, (QStringList{songs.at(0).id, songs.at(1).id}));
+        // Each change is told once, when it happens.
+        const QStringList expected{
+            QStringLiteral("added %1 to the library").arg(songs.at(0).id),
+            QStringLiteral("created playlist FIP with id %1").arg(appleMusic.playlists().first().id),
+            QStringLiteral("added %1 to playlist FIP").arg(songs.at(0).id),
+            QStringLiteral("added %1 to the library").arg(songs.at(1).id),
+            QStringLiteral("added %1 to playlist FIP").arg(songs.at(1).id),
+        };
+        QTRY_COMPARE(log.lines(), expected);
+    }
+
+    void executableRunsProgramInItsEnvironment_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<int>("exitCode");
+        QTest::addColumn<QString>("programOutput");
+        QTest::newRow("variables reach the program") << QStringList{"--period", "5", "--run", "env"} << 0 << QString();
+        QTest::newRow("exit code passes through") << QStringList{"--run", "sh", "-c", "exit 3"} << 3 << QString();
+        QTest::newRow("options after --run are the program's")
+            << QStringList{"--run", "echo", "--windowed", "--period"} << 0 << QStringLiteral("--windowed --period\n");
+        QTest::newRow("program that does not exist") << QStringList{"--run", "/nonexistent/airnote"} << 127 << QString();
+        QTest::newRow("bad period") << QStringList{"--period", "0", "--run", "env"} << 2 << QString();
+    }
+    void executableRunsProgramInItsEnvironment()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(int, exitCode);
+        QFETCH(QString, programOutput);
+        const std::unique_ptr<QProcess> sandbox(startSandbox(arguments));
+        QVERIFY(sandbox->waitForFinished(30'000));
+        QCOMPARE(sandbox->exitStatus(), QProcess::NormalExit);
+        QCOMPARE(sandbox->exitCode(), exitCode);
+        if (exitCode == 2)
+            return;
+        QStringList lines = QString::fromUtf8(sandbox->readAllStandardOutput()).split(u'\n');
+        const qsizetype ready = lines.indexOf(QStringLiteral("ready"));
+        QCOMPARE(ready, 5);
+        const QString output = lines.mid(ready + 1).join(u'\n');
+        if (!programOutput.isEmpty())
+            QCOMPARE(output, programOutput);
+        if (arguments.last() != QLatin1String("env"))
+            return;
+        for (QString exported : lines.first(ready)) {
+            QVERIFY(exported.startsWith(QLatin1String("export AIRNOTE_")));
+            QVERIFY2(output.split(u'\n').contains(exported.remove(0, 7)), qPrintable(exported));
+        }
+    }
+
+    void terminationStopsTheSandbox_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<int>("exitCode");
+        QTest::newRow("serving") << QStringList{} << 0;
+        // The program ends by the forwarded signal, not by its own choice.
+        QTest::newRow("running a program") << QStringList{"--run", "sleep", "600"} << 1;
+    }
+    void terminationStopsTheSandbox()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(int, exitCode);
+        const std::unique_ptr<QProcess> sandbox(startSandbox(arguments));
+        QByteArray output;
+        QTRY_VERIFY_WITH_TIMEOUT((output += sandbox->readAllStandardOutput()).endsWith("ready\n"), 10'000);
+        sandbox->terminate();
+        QVERIFY(sandbox->waitForFinished(10'000));
+        QCOMPARE(sandbox->exitStatus(), QProcess::NormalExit);
+        QCOMPARE(sandbox->exitCode(), exitCode);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestSandbox)
+#include "tst_sandbox.moc"
