@@ -1,13 +1,14 @@
 #include "app/AirnoteApp.h"
+#include "app/CommandLine.h"
 #include "platform/Endpoints.h"
 #include "platform/Error.h"
+#include "platform/SingleInstance.h"
 #include "platform/WakeSource.h"
-#include "station/FIPMetadataService.h"
+#include "ui/LaunchActions.h"
 #include "ui/PanelWindow.h"
 #include "ui/TrayIcon.h"
 
 #include <QApplication>
-#include <QCommandLineParser>
 #include <QNetworkAccessManager>
 #include <QSystemTrayIcon>
 #include <QtQml/qqmlextensionplugin.h>
@@ -20,19 +21,21 @@ Q_IMPORT_QML_PLUGIN(Airnote_UIPlugin)
 int main(int argc, char *argv[])
 {
     using namespace airnote;
+    using Action = LaunchOptions::Action;
 
     QApplication application(argc, argv);
     QApplication::setOrganizationName(QStringLiteral("Airnote"));
     QApplication::setApplicationName(QStringLiteral("Airnote"));
     QApplication::setApplicationVersion(QStringLiteral(AIRNOTE_VERSION));
+    QApplication::setDesktopFileName(QStringLiteral("airnote"));
 
-    QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral("Suit ce que joue FIP et garde les morceaux dans Apple Music."));
-    parser.addHelpOption();
-    parser.addVersionOption();
-    const QCommandLineOption windowed(QStringLiteral("windowed"), QStringLiteral("Ouvre le panneau dans une fenêtre ordinaire."));
-    parser.addOption(windowed);
-    parser.process(application);
+    const LaunchOptions options = parseCommandLine(QApplication::arguments());
+    SingleInstance instance;
+    const Action handedOver = options.action == Action::none ? Action::show : options.action;
+    if (instance.sendToRunningInstance(actionName(handedOver)))
+        return 0;
+    if (options.action == Action::quit)
+        return 0;
 
     try {
         Endpoints::current();
@@ -40,15 +43,16 @@ int main(int argc, char *argv[])
         std::fprintf(stderr, "%s\n", qUtf8Printable(error.localizedDescription()));
         return 2;
     }
+    if (!instance.listen())
+        std::fprintf(stderr, "airnote: cannot listen for later starts; they will run on their own\n");
 
     QNetworkAccessManager network;
     network.setTransferTimeout(60000);
     WakeSource wakeSource;
     wakeSource.listenToLogind();
-    FIPMetadataService fip(&network, &wakeSource);
-    AirnoteApp app(&fip);
+    AirnoteApp app(AirnoteApp::defaultServices(&network, &wakeSource));
 
-    const bool inTray = QSystemTrayIcon::isSystemTrayAvailable() && !parser.isSet(windowed);
+    const bool inTray = QSystemTrayIcon::isSystemTrayAvailable() && !options.windowed;
     QApplication::setQuitOnLastWindowClosed(!inTray);
     PanelWindow panel(&app, inTray ? PanelWindow::Presentation::Attached : PanelWindow::Presentation::Windowed);
     std::unique_ptr<TrayIcon> trayIcon;
@@ -58,5 +62,10 @@ int main(int argc, char *argv[])
     } else {
         panel.show();
     }
+
+    LaunchActions actions(&app, &panel, trayIcon.get());
+    QObject::connect(&instance, &SingleInstance::actionReceived, &actions,
+                     [&actions](const QString &action) { actions.perform(actionFromName(action)); });
+    actions.perform(options.action);
     return application.exec();
 }

@@ -1,4 +1,5 @@
 #include "app/AirnoteApp.h"
+#include "support/TestServices.h"
 #include "fakes/LoopbackHttpServer.h"
 #include "station/FIPMetadataService.h"
 #include "ui/PanelWindow.h"
@@ -13,6 +14,7 @@
 #include <QQuickItem>
 #include <QQuickView>
 #include <QStandardPaths>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QtQml/qqmlextensionplugin.h>
 
@@ -165,8 +167,8 @@ QPalette darkPalette()
 struct PanelUnderTest
 {
     explicit PanelUnderTest(const QUrl &stationURL)
-        : fip(&network, nullptr, stationURL)
-        , app(&fip)
+        : app(testing::servicesFor(&network, stationURL, home.path()))
+        , fip(*app.fip())
         , window(&app, PanelWindow::Presentation::Windowed)
     {
         fip.setWaitUnit(1min);
@@ -174,9 +176,10 @@ struct PanelUnderTest
 
     QQuickItem *content() const { return window.rootObject(); }
 
+    QTemporaryDir home;
     QNetworkAccessManager network;
-    FIPMetadataService fip;
     AirnoteApp app;
+    FIPMetadataService &fip;
     PanelWindow window;
 };
 

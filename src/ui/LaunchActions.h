@@ -1,0 +1,33 @@
+#pragma once
+
+#include "app/CommandLine.h"
+
+#include <QObject>
+
+namespace airnote {
+
+class AirnoteApp;
+class PanelWindow;
+class TrayIcon;
+
+// Carries out what a start of the program asked for (--show, --save,
+// --history, --quit), whether from this process or handed over by a later one.
+class LaunchActions : public QObject
+{
+    Q_OBJECT
+
+public:
+    // trayIcon is null when the panel is an ordinary window.
+    LaunchActions(AirnoteApp *app, PanelWindow *panel, TrayIcon *trayIcon, QObject *parent = nullptr);
+
+    void perform(LaunchOptions::Action action);
+
+private:
+    void showPanel();
+
+    AirnoteApp *m_app;
+    PanelWindow *m_panel;
+    TrayIcon *m_trayIcon;
+};
+
+} // namespace airnote
