@@ -14,19 +14,18 @@
 #include <QNetworkAccessManager>
 #include <QSettings>
 #include <QStandardPaths>
-#include <QTcpServer>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <exception>
 #include <memory>
-#include <variant>
 
 using namespace airnote;
 using fakes::FakeAppleMusic;
 using fakes::HttpReply;
 using fakes::HttpRequest;
 using Status = MusicAuthorization::Status;
+using Script = QList<std::pair<FakeAppleMusic::Endpoint, HttpReply>>;
 using namespace std::chrono_literals;
 
 Q_DECLARE_METATYPE(HttpReply)
@@ -44,16 +43,7 @@ public:
     }
     ~LogCapture() { qInstallMessageHandler(s_previous); }
     QStringList lines() const { return s_lines; }
-    QStringList music() const
-    {
-        QStringList messages;
-        const QString prefix = QStringLiteral("com.velmorin.Airnote.music: ");
-        for (const QString &line : s_lines) {
-            if (line.startsWith(prefix))
-                messages.append(line.mid(prefix.size()));
-        }
-        return messages;
-    }
+    QStringList music() const { return QStringList(s_lines.filter(musicPrefix)).replaceInStrings(musicPrefix, QString()); }
 
 private:
     static void record(QtMsgType type, const QMessageLogContext &context, const QString &message)
@@ -61,36 +51,20 @@ private:
         s_lines.append(QString::fromLatin1(context.category) + QStringLiteral(": ") + message);
         s_previous(type, context, message);
     }
+    static inline const QString musicPrefix = QStringLiteral("com.velmorin.Airnote.music: ");
     static inline QStringList s_lines;
     static inline QtMessageHandler s_previous = nullptr;
 };
 
-template<typename T>
-using Stored = std::conditional_t<std::is_void_v<T>, std::monostate, T>;
-
-template<typename T>
-QCoro::Task<> settle(QCoro::Task<T> task, std::optional<Stored<T>> &result, std::exception_ptr &failure)
-{
-    try {
-        if constexpr (std::is_void_v<T>) {
-            co_await task;
-            result.emplace();
-        } else {
-            result = co_await task;
-        }
-    } catch (...) {
-        failure = std::current_exception();
-    }
-}
-
-// QCoro::waitFor drops an exception the task throws and then waits forever;
-// this runs the event loop until the task ends and rethrows what it threw.
+// QCoro::waitFor never returns when the task throws: this runs the event loop
+// until the task ends and rethrows what it threw.
 template<typename T>
 T runToEnd(QCoro::Task<T> task)
 {
-    std::optional<Stored<T>> result;
+    std::optional<std::conditional_t<std::is_void_v<T>, bool, T>> result;
     std::exception_ptr failure;
-    settle(std::move(task), result, failure);
+    auto settled = task.then([&](auto &&...value) { result.emplace(std::move(value)...); },
+                             [&](const std::exception &) { failure = std::current_exception(); });
     while (!result && !failure)
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     if (failure)
@@ -113,17 +87,7 @@ QString errorOf(QCoro::Task<T> task)
 QByteArray fixture(const QString &name)
 {
     QFile file(QStringLiteral(AIRNOTE_FIXTURES_DIR "/") + name);
-    if (!file.open(QIODevice::ReadOnly))
-        qFatal("missing fixture %s", qPrintable(name));
-    return file.readAll();
-}
-
-QJsonArray songs(int count, const QString &title, const QString &artist)
-{
-    QJsonArray catalog;
-    for (int index = 0; index < count; ++index)
-        catalog.append(FakeAppleMusic::songResource(QString::number(index + 1), title, artist));
-    return catalog;
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 QStringList idsOf(const QList<CatalogMatch> &matches)
@@ -144,38 +108,20 @@ class MemoryKeychain : public MusicUserTokenProvider::Store
 {
 public:
     explicit MemoryKeychain(QString stored) : token(std::move(stored)) {}
-    QCoro::Task<QString> read() override
-    {
-        const QString stored = token;
-        co_return stored;
-    }
-    QCoro::Task<> write(QString value) override
-    {
-        token = std::move(value);
-        co_return;
-    }
-    QCoro::Task<> remove() override
-    {
-        token.clear();
-        co_return;
-    }
-
+    QCoro::Task<QString> read() override { co_return QString(token); }
+    QCoro::Task<> write(QString value) override { token = std::move(value); co_return; }
+    QCoro::Task<> remove() override { token.clear(); co_return; }
     QString token;
 };
 
 const Song someSong = song(QStringLiteral("1712000001"), QStringLiteral("Harbour Lights"), QStringLiteral("Mira & Sol"));
+const QString noError = QStringLiteral("<no error>");
 
 } // namespace
 
 class TestMusic : public QObject
 {
     Q_OBJECT
-
-public:
-    enum class Backend { fake, none, closedPort, hanging, notHTTP };
-    Q_ENUM(Backend)
-
-private:
 
     void makeService(AppleMusicService::Configuration configuration)
     {
@@ -188,24 +134,17 @@ private:
         m_userTokens = std::make_unique<MusicUserTokenProvider>(std::move(keychain));
         m_authorization = std::make_unique<MusicAuthorization>(
             m_userTokens.get(), MusicAuthorization::Configuration{.settingsFile = settingsFile()});
-        makeService(configuration());
-    }
-    AppleMusicService::Configuration configuration() const
-    {
-        return {.tokenURL = m_fake->tokenURL(),
-                .apiBase = m_fake->apiBase(),
-                .settingsFile = settingsFile(),
-                .clock = [this] { return m_now; },
-                .requestTimeout = 60s};
+        makeService({.tokenURL = m_fake->tokenURL(), .apiBase = m_fake->apiBase(), .settingsFile = settingsFile(),
+                     .clock = [this] { return m_now; }, .requestTimeout = 60s});
     }
     QString settingsFile() const { return m_directory->filePath(QStringLiteral("Airnote.conf")); }
     QVariant storedPlaylist() const { return QSettings(settingsFile(), QSettings::IniFormat).value("fipPlaylistID"); }
     void storePlaylist(const QString &id) const { QSettings(settingsFile(), QSettings::IniFormat).setValue("fipPlaylistID", id); }
-    QList<QByteArray> pathsRequested() const
+    QStringList pathsRequested() const
     {
-        QList<QByteArray> paths;
+        QStringList paths;
         for (const HttpRequest &request : m_fake->server().requests())
-            paths.append(request.method + ' ' + request.path.toUtf8());
+            paths.append(QString::fromLatin1(request.method) + u' ' + request.path);
         return paths;
     }
 
@@ -251,15 +190,11 @@ private Q_SLOTS:
         QTest::newRow("live in brackets") << "Harbour Lights [Live at the Olympia]" << "harbour lights";
         QTest::newRow("live in parentheses") << "Harbour Lights (Live)" << "harbour lights";
         QTest::newRow("unbracketed remaster kept") << "Blue Hour - Remastered 2011" << "blue hour remastered 2011";
-        QTest::newRow("unbracketed featuring kept") << "Night Drive feat. Lou Vega" << "night drive feat lou vega";
         QTest::newRow("other brackets kept") << "Song (Radio Edit)" << "song radio edit";
         QTest::newRow("accents") << "Chloé Ça Über" << "chloe ca uber";
-        QTest::newRow("decomposed accent") << "Chloe\u0301" << "chloe";
         QTest::newRow("hyphen joins") << "Jean-Loup" << "jeanloup";
-        QTest::newRow("blanks and ampersand") << "  Mira & Sol " << "mira sol";
-        QTest::newRow("tab and no-break space") << "Mira\t\u00a0Sol\u00a0(feat. X)" << "mira sol";
+        QTest::newRow("unicode blanks and ampersand") << "  Mira\t&\u00a0Sol\u00a0(feat. X) " << "mira sol";
         QTest::newRow("line break dropped") << "Mr.\nBlue" << "mrblue";
-        QTest::newRow("only punctuation") << "?!…" << "";
         QTest::newRow("digits and other scripts") << "Ñandú 2 東京" << "nandu 2 東京";
     }
 
@@ -276,12 +211,9 @@ private Q_SLOTS:
         QTest::addColumn<QString>("b");
         QTest::addColumn<double>("expected");
         QTest::newRow("both empty") << "" << "" << 0.0;
-        QTest::newRow("one empty") << "abc" << "" << 0.0;
         QTest::newRow("same letter") << "a" << "a" << 1.0;
-        QTest::newRow("other letter") << "a" << "b" << 0.0;
         QTest::newRow("swapped pair") << "ab" << "ba" << 0.0;
         QTest::newRow("martha") << "martha" << "marhta" << 0.961111;
-        QTest::newRow("dwayne") << "dwayne" << "duane" << 0.84;
         QTest::newRow("dixon") << "dixon" << "dicksonx" << 0.813333;
         QTest::newRow("canonically equal") << "caf\u00e9" << "cafe\u0301" << 1.0;
         QTest::newRow("combining mark is one character") << "e\u0301a" << "\u00e9b" << 0.7;
@@ -292,56 +224,44 @@ private Q_SLOTS:
         QFETCH(QString, a);
         QFETCH(QString, b);
         QFETCH(double, expected);
-        QVERIFY2(qAbs(airnote::jaroWinkler(a, b) - expected) < 1e-6,
-                 qPrintable(QString::number(airnote::jaroWinkler(a, b), 'g', 10)));
+        QVERIFY2(qAbs(airnote::jaroWinkler(a, b) - expected) < 1e-6, qPrintable(QString::number(airnote::jaroWinkler(a, b), 'g', 10)));
     }
 
     void scoreMatches_data()
     {
         QTest::addColumn<QString>("artist");
-        QTest::addColumn<QString>("title");
         QTest::addColumn<QList<Song>>("catalog");
         QTest::addColumn<QStringList>("expected");
         QTest::addColumn<double>("bestConfidence");
         QTest::newRow("identical after normalising")
-            << "Mira & Sol" << "Harbour Lights (Live)" << QList<Song>{song("1", "Harbour Lights", "Mira and Sol"), song("2", "harbour lights", "MIRA  SOL")}
+            << "Mira & Sol" << QList<Song>{song("1", "Harbour Lights", "Mira and Sol"), song("2", "harbour lights (Live)", "MIRA  SOL")}
             << QStringList{"2", "1"} << 1.0;
         QTest::newRow("punctuation artist at exactly 0.5")
-            << "?!" << "Blue Hour" << QList<Song>{song("1", "Blue Hour", ""), song("2", "Blue Hours", "")}
-            << QStringList{"1"} << 0.5;
-        QTest::newRow("unrelated dropped")
-            << "Mira & Sol" << "Harbour Lights" << QList<Song>{song("1", "Xyz", "Qwv")} << QStringList{} << 0.0;
-        QTest::newRow("ties keep the catalog's order")
-            << "Mira & Sol" << "Harbour Lights"
-            << QList<Song>{song("a", "Harbour Light", "Mira & Sol"), song("b", "Harbour Lights", "Mira & Sol"),
-                           song("c", "Harbour Light", "Mira & Sol")}
-            << QStringList{"b", "a", "c"} << 1.0;
+            << "?!" << QList<Song>{song("1", "Harbour Lights", ""), song("2", "Harbour Lighty", "")} << QStringList{"1"} << 0.5;
+        QTest::newRow("unrelated dropped") << "Mira & Sol" << QList<Song>{song("1", "Xyz", "Qwv")} << QStringList{} << 0.0;
         // Enough songs that an unstable sort would shuffle the ties.
         QList<Song> many;
         for (int index = 0; index < 40; ++index)
             many.append(song(QString::number(index), index % 2 ? "Harbour Lights" : "Harbour Light", "Mira & Sol"));
-        QTest::newRow("at most five, ties in order") << "Mira & Sol" << "Harbour Lights" << many
-                                                     << QStringList{"1", "3", "5", "7", "9"} << 1.0;
+        QTest::newRow("at most five, ties in order") << "Mira & Sol" << many << QStringList{"1", "3", "5", "7", "9"} << 1.0;
     }
 
     void scoreMatches()
     {
         QFETCH(QString, artist);
-        QFETCH(QString, title);
         QFETCH(QList<Song>, catalog);
         QFETCH(QStringList, expected);
         QFETCH(double, bestConfidence);
-        const QList<CatalogMatch> matches = airnote::scoreMatches(artist, title, catalog);
+        const QList<CatalogMatch> matches = airnote::scoreMatches(artist, "Harbour Lights", catalog);
         QCOMPARE(idsOf(matches), expected);
-        if (!matches.isEmpty())
-            QCOMPARE(matches.first().confidence, bestConfidence);
+        QCOMPARE(matches.isEmpty() ? 0.0 : matches.first().confidence, bestConfidence);
     }
 
     void searchMatchesReadsTheCatalogAndLogs()
     {
         QJsonArray catalog = QJsonDocument::fromJson(fixture("catalog-search.json"))["results"]["songs"]["data"].toArray();
-        for (const QJsonValue &other : songs(12, "Harbour Light", "Mira & Sol"))
-            catalog.append(other);
+        for (int index = 1; index <= 12; ++index)
+            catalog.append(FakeAppleMusic::songResource(QString::number(index), "Harbour Light", "Mira & Sol"));
         m_fake->setCatalog(catalog);
         m_fake->setStorefront("be");
         LogCapture log;
@@ -349,32 +269,21 @@ private Q_SLOTS:
         const QList<CatalogMatch> matches = runToEnd(m_service->searchMatches("Mira & Sol", "Harbour Lights"));
 
         QCOMPARE(idsOf(matches), (QStringList{"1712000001", "1712000042", "1", "2", "3"}));
-        const Song &first = matches.first().song;
-        QCOMPARE(first.albumTitle, std::optional<QString>("Tides"));
-        QCOMPARE(first.artworkURL(200, 100), QUrl("https://is1-ssl.mzstatic.com/image/thumb/Music/aa/bb/cc/200x100bb.jpg"));
-        QCOMPARE(matches.at(1).song.albumTitle, std::nullopt);
+        QCOMPARE(matches.first().song.albumTitle, std::optional<QString>("Tides"));
+        QCOMPARE(matches.first().song.artworkURL(200, 100), QUrl("https://is1-ssl.mzstatic.com/image/thumb/Music/aa/bb/cc/200x100bb.jpg"));
         QCOMPARE(log.music(), (QStringList{"search term=Mira & Sol Harbour Lights", "fetching developer token from backend",
                                            "search returned 14 songs", "returning 5 matches >= 0.5"}));
+        const HttpRequest search = m_fake->requestsTo(FakeAppleMusic::Endpoint::catalogSearch).first();
+        QCOMPARE(search.path, "/v1/catalog/be/search");
+        QCOMPARE(search.query.queryItemValue("term", QUrl::FullyEncoded), "Mira+%26+Sol+Harbour+Lights");
+        QCOMPARE(search.query.queryItemValue("types"), "songs");
+        QCOMPARE(search.query.queryItemValue("limit"), "15");
+        QVERIFY(!search.hasHeader("Music-User-Token"));
 
-        const QList<HttpRequest> searches = m_fake->requestsTo(FakeAppleMusic::Endpoint::catalogSearch);
-        QCOMPARE(searches.size(), 1);
-        QCOMPARE(searches.first().path, "/v1/catalog/be/search");
-        QCOMPARE(searches.first().query.queryItemValue("term", QUrl::FullyEncoded), "Mira+%26+Sol+Harbour+Lights");
-        QCOMPARE(searches.first().query.queryItemValue("types"), "songs");
-        QCOMPARE(searches.first().query.queryItemValue("limit"), "15");
-        QCOMPARE(searches.first().header("Authorization"), "Bearer " + m_fake->developerToken().toUtf8());
-        QVERIFY(!searches.first().hasHeader("Music-User-Token"));
-
-        QCOMPARE(runToEnd(m_service->searchMatches("Mira & Sol", "Harbour Lights")).size(), 5);
-        QCOMPARE(m_fake->requestsTo(FakeAppleMusic::Endpoint::token).size(), 1);
-        QCOMPARE(m_fake->requestsTo(FakeAppleMusic::Endpoint::storefront).size(), 1);
-    }
-
-    void searchMatchesWithoutUserTokenUsesFrenchStorefront()
-    {
-        qunsetenv("AIRNOTE_MUSIC_USER_TOKEN");
-        QCOMPARE(runToEnd(m_service->searchMatches("Nobody", "Nothing")), QList<CatalogMatch>());
-        QCOMPARE(pathsRequested(), (QList<QByteArray>{"GET /api/token", "GET /v1/catalog/fr/search"}));
+        // The token and the storefront are fetched once.
+        runToEnd(m_service->searchMatches("Mira & Sol", "Harbour Lights"));
+        QCOMPARE(pathsRequested().filter("/search").size(), 2);
+        QCOMPARE(pathsRequested().size(), 4);
     }
 
     void searchMatchesEdges()
@@ -382,10 +291,18 @@ private Q_SLOTS:
         LogCapture log;
         QCOMPARE(runToEnd(m_service->searchMatches("Nobody", "Nothing")), QList<CatalogMatch>());
         QCOMPARE(log.music().mid(2), QStringList{"search returned 0 songs"});
-
         m_fake->replyNext(FakeAppleMusic::Endpoint::catalogSearch, HttpReply::text(500, "boom"));
         QCOMPARE(errorOf(m_service->searchMatches("Nobody", "Nothing")), "API Apple Music erreur 500 : boom");
         QCOMPARE(log.music().last(), "search throw: API Apple Music erreur 500 : boom");
+    }
+
+    void searchWithoutUserTokenUsesFrenchStorefront()
+    {
+        qunsetenv("AIRNOTE_MUSIC_USER_TOKEN");
+        QCOMPARE(runToEnd(m_service->searchMatches("Nobody", "Nothing")), QList<CatalogMatch>());
+        QCOMPARE(pathsRequested(), (QStringList{"GET /api/token", "GET /v1/catalog/fr/search"}));
+        // With no keychain to ask, the listener is not signed in.
+        QCOMPARE(runToEnd(m_authorization->request()), Status::notDetermined);
     }
 
     void notAuthorizedSendsNothing_data()
@@ -405,8 +322,7 @@ private Q_SLOTS:
         QFETCH(bool, search);
         m_service->setAuthStatus(status);
         LogCapture log;
-        const QString error = search ? errorOf(m_service->searchMatches("Mira & Sol", "Harbour Lights"))
-                                     : errorOf(m_service->addSong(someSong));
+        const QString error = search ? errorOf(m_service->searchMatches("Mira & Sol", "Harbour Lights")) : errorOf(m_service->addSong(someSong));
         QCOMPARE(error, "Apple Music non autorisé");
         QCOMPARE(m_fake->server().requests().size(), 0);
         if (search)
@@ -423,7 +339,6 @@ private Q_SLOTS:
         QTest::newRow("exactly at the reuse margin") << qint64(3600) << 3240 << 2 << 3300;
         QTest::newRow("361 s is cached for a moment") << qint64(361) << 0 << 1 << 61;
         QTest::newRow("360 s is never reused") << qint64(360) << 0 << 2 << 60;
-        QTest::newRow("zero") << qint64(0) << 0 << 2 << 60;
         QTest::newRow("negative") << qint64(-500) << 0 << 2 << 60;
     }
 
@@ -434,91 +349,45 @@ private Q_SLOTS:
         QFETCH(int, fetches);
         QFETCH(int, lifetime);
         m_fake->setTokenLifetime(expiresIn);
-        LogCapture log;
         QCOMPARE(runToEnd(m_service->developerToken()), m_fake->developerToken());
         QCOMPARE(m_service->cachedDeveloperToken()->expiresAt, m_now.addSecs(lifetime));
         m_now = m_now.addSecs(secondsLater);
         QCOMPARE(runToEnd(m_service->developerToken()), m_fake->developerToken());
         QCOMPARE(m_fake->requestsTo(FakeAppleMusic::Endpoint::token).size(), fetches);
-        QCOMPARE(log.music().count("fetching developer token from backend"), fetches);
-        QCOMPARE(m_fake->requestsTo(FakeAppleMusic::Endpoint::token).first().header("Accept"), "application/json");
     }
 
     void developerTokenFailures_data()
     {
-        QTest::addColumn<Backend>("backend");
+        QTest::addColumn<QString>("tokenURL");  // "fake": the fake's
         QTest::addColumn<HttpReply>("reply");
-        QTest::addColumn<QString>("expected");
-        QTest::addColumn<bool>("exact");
+        QTest::addColumn<QString>("expected");  // ending in "…": a prefix
         const QString prefix = QStringLiteral("Token Apple Music indisponible : ");
         const QByteArray longBody = QByteArray(150, 'a') + QByteArray(850, 'b');
         QTest::newRow("503 cut to 200 characters")
-            << Backend::fake << HttpReply::text(503, longBody) << prefix + "HTTP 503 — " + QString(150, 'a') + QString(50, 'b') << true;
-        QTest::newRow("404 not UTF-8") << Backend::fake << HttpReply::text(404, "\xff\xfe\x80 oops") << prefix + "HTTP 404 — " << true;
-        QTest::newRow("missing expiresIn") << Backend::fake << HttpReply::json(200, R"({"token":"t"})")
-                                           << prefix + "réponse invalide : " << false;
-        QTest::newRow("expiresIn as text") << Backend::fake << HttpReply::json(200, R"({"token":"t","expiresIn":"3600"})")
-                                           << prefix + "réponse invalide : " << false;
-        QTest::newRow("empty 200") << Backend::fake << HttpReply::json(200, "") << prefix + "réponse invalide : " << false;
-        QTest::newRow("no server configured") << Backend::none << HttpReply()
-                                              << prefix + "réseau : aucun serveur de jetons n'est configuré" << true;
-        QTest::newRow("connection refused") << Backend::closedPort << HttpReply() << prefix + "réseau : " << false;
-        QTest::newRow("timeout") << Backend::hanging << HttpReply() << prefix + "réseau : " << false;
-        QTest::newRow("not HTTP") << Backend::notHTTP << HttpReply() << prefix + "HTTP 0 — {\"token\"" << false;
+            << "fake" << HttpReply::text(503, longBody) << prefix + "HTTP 503 — " + QString(150, 'a') + QString(50, 'b');
+        QTest::newRow("404 not UTF-8") << "fake" << HttpReply::text(404, "\xff\xfe\x80 oops") << prefix + "HTTP 404 — ";
+        QTest::newRow("missing expiresIn") << "fake" << HttpReply::json(200, R"({"token":"t"})") << prefix + "réponse invalide : …";
+        QTest::newRow("empty 200") << "fake" << HttpReply::json(200, "") << prefix + "réponse invalide : …";
+        QTest::newRow("no server configured") << "" << HttpReply() << prefix + "réseau : aucun serveur de jetons n'est configuré";
+        QTest::newRow("timeout") << "fake" << HttpReply::hangForever() << prefix + "réseau : …";
+        QTest::newRow("not HTTP") << QUrl::fromLocalFile(AIRNOTE_FIXTURES_DIR "/storefront.json").toString() << HttpReply()
+                                  << prefix + "HTTP 0 — {…";
     }
 
     void developerTokenFailures()
     {
-        QFETCH(Backend, backend);
+        QFETCH(QString, tokenURL);
         QFETCH(HttpReply, reply);
         QFETCH(QString, expected);
-        QFETCH(bool, exact);
-        AppleMusicService::Configuration settings = configuration();
-        switch (backend) {
-        case Backend::fake:
-            m_fake->replyNext(FakeAppleMusic::Endpoint::token, reply);
-            break;
-        case Backend::none:
-            settings.tokenURL = QUrl();
-            break;
-        case Backend::closedPort: {
-            QTcpServer closed;
-            QVERIFY(closed.listen(QHostAddress::LocalHost));
-            settings.tokenURL = QUrl(QStringLiteral("http://127.0.0.1:%1/api/token").arg(closed.serverPort()));
-            break;
-        }
-        case Backend::hanging:
-            m_fake->replyNext(FakeAppleMusic::Endpoint::token, HttpReply::hangForever());
-            settings.requestTimeout = 100ms;
-            break;
-        case Backend::notHTTP: {
-            QFile file(m_directory->filePath("token.json"));
-            QVERIFY(file.open(QIODevice::WriteOnly));
-            file.write(R"({"token":"t","expiresIn":3600})");
-            settings.tokenURL = QUrl::fromLocalFile(file.fileName());
-            break;
-        }
-        }
-        makeService(settings);
+        m_fake->replyNext(FakeAppleMusic::Endpoint::token, reply);
+        makeService({.tokenURL = tokenURL == "fake" ? m_fake->tokenURL() : QUrl(tokenURL), .apiBase = m_fake->apiBase(),
+                     .settingsFile = settingsFile(), .clock = [this] { return m_now; }, .requestTimeout = 1s});
         const QString error = errorOf(m_service->developerToken());
-        if (exact)
-            QCOMPARE(error, expected);
+        if (expected.endsWith(u'…'))
+            QVERIFY2(error.startsWith(expected.chopped(1)) && error.size() >= expected.size(), qPrintable(error));
         else
-            QVERIFY2(error.startsWith(expected) && error.size() > expected.size(), qPrintable(error));
+            QCOMPARE(error, expected);
         QVERIFY(!m_service->cachedDeveloperToken());
-    }
-
-    void authorizedSetsExactlyTwoHeaders()
-    {
-        QNetworkRequest request(m_fake->apiBase());
-        request.setRawHeader("X-Other", "kept");
-        request.setRawHeader("Authorization", "Bearer stale");
-        request.setRawHeader("Music-User-Token", "stale");
-        const QNetworkRequest equipped = runToEnd(m_service->authorized(request));
-        QCOMPARE(equipped.rawHeaderList(), (QList<QByteArray>{"X-Other", "Authorization", "Music-User-Token"}));
-        QCOMPARE(equipped.rawHeader("Authorization"), "Bearer " + m_fake->developerToken().toUtf8());
-        QCOMPARE(equipped.rawHeader("Music-User-Token"), m_fake->musicUserToken().toUtf8());
-        QCOMPARE(equipped.rawHeader("X-Other"), "kept");
     }
 
     void validate_data()
@@ -530,7 +399,6 @@ private Q_SLOTS:
         QTest::newRow("200") << 200 << QByteArray() << "";
         QTest::newRow("299") << 299 << QByteArray() << "";
         QTest::newRow("300") << 300 << QByteArray("moved") << "API Apple Music erreur 300 : moved";
-        QTest::newRow("404 text") << 404 << QByteArray("not found") << "API Apple Music erreur 404 : not found";
         QTest::newRow("long body kept whole") << 500 << QByteArray(500, 'x') << "API Apple Music erreur 500 : " + QString(500, 'x');
         QTest::newRow("500 empty") << 500 << QByteArray() << "API Apple Music erreur 500 : <binary or empty>";
         QTest::newRow("500 not UTF-8") << 500 << QByteArray("ok\xc3") << "API Apple Music erreur 500 : <binary or empty>";
@@ -542,9 +410,8 @@ private Q_SLOTS:
         QFETCH(int, status);
         QFETCH(QByteArray, body);
         QFETCH(QString, expected);
-        const WebResponse response{status < 0 ? std::nullopt : std::optional<int>(status), body};
         try {
-            airnote::validate(response);
+            airnote::validate(WebResponse{status < 0 ? std::nullopt : std::optional<int>(status), body});
             QCOMPARE(QString(), expected);
         } catch (const ServiceError &error) {
             QCOMPARE(error.localizedDescription(), expected);
@@ -552,62 +419,74 @@ private Q_SLOTS:
         }
     }
 
-    void serviceErrorMessages_data()
-    {
-        QTest::addColumn<QString>("message");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("tokenFetchFailed") << ServiceError::tokenFetchFailed("x").localizedDescription()
-                                          << "Token Apple Music indisponible : x";
-        QTest::newRow("apiError") << ServiceError::apiError(404, "not found").localizedDescription()
-                                  << "API Apple Music erreur 404 : not found";
-        QTest::newRow("addFailed") << ServiceError::addFailed("y").localizedDescription() << "Ajout impossible : y";
-        QTest::newRow("notAuthorized") << ServiceError::notAuthorized().localizedDescription() << "Apple Music non autorisé";
-        QTest::newRow("noSubscription") << ServiceError::noSubscription().localizedDescription() << "Abonnement Apple Music requis";
-        QTest::newRow("noMatch") << ServiceError::noMatch().localizedDescription() << "Aucune correspondance trouvée";
-        QTest::newRow("playlistCreateFailed") << ServiceError::playlistCreateFailed().localizedDescription()
-                                              << "Impossible de créer la playlist FIP";
-    }
-
-    void serviceErrorMessages()
-    {
-        QFETCH(QString, message);
-        QFETCH(QString, expected);
-        QCOMPARE(message, expected);
-    }
-
     void repliesOfTheRealShapes()
     {
         QCOMPARE(firstResourceID(fixture("playlist-created.json")), "p.N3wPl4yl1st");
         QCOMPARE(firstResourceID(fixture("storefront.json")), "fr");
         QCOMPARE(firstResourceID("{\"data\": []}"), std::nullopt);
-        QCOMPARE(firstResourceID("not json"), std::nullopt);
         QCOMPARE(playlistIDNamed(fixture("library-playlists.json"), "FIP"), "p.Z9y8X7w6V5");
         QCOMPARE(playlistIDNamed("{\"data\": {}}", "FIP"), std::nullopt);
         QVERIFY_THROWS_EXCEPTION(JsonError, playlistIDNamed("<html>", "FIP"));
         QCOMPARE(catalogSongs(fixture("catalog-search-empty.json")).size(), 0);
     }
 
-    void addSongWithStoredPlaylist()
+    void addSong_data()
     {
-        const QString id = m_fake->addPlaylist("FIP");
-        storePlaylist(id);
-        runToEnd(m_service->addSong(someSong));
-        QCOMPARE(pathsRequested(), (QList<QByteArray>{"GET /api/token", "POST /v1/me/library",
-                                                      "GET /v1/me/library/playlists/" + id.toUtf8(),
-                                                      "POST /v1/me/library/playlists/" + id.toUtf8() + "/tracks"}));
+        QTest::addColumn<QString>("stored");  // "fip": the id of an existing playlist named FIP
+        QTest::addColumn<Script>("script");
+        QTest::addColumn<QString>("error");
+        QTest::addColumn<QStringList>("requests");  // "{id}": the stored id
+        QTest::addColumn<QString>("storedAfter");
+        using Endpoint = FakeAppleMusic::Endpoint;
+        const QStringList library{"GET /api/token", "POST /v1/me/library"};
+        const QStringList check = library + QStringList{"GET /v1/me/library/playlists/{id}"};
+        const QString addition = "POST /v1/me/library/playlists/{id}/tracks";
+        const QString lookup = "GET /v1/me/library/playlists";
+        const HttpReply gone = HttpReply::text(404, "gone");
+        QTest::newRow("remembered playlist") << "fip" << Script{} << noError << check + QStringList{addition} << "{id}";
+        // Only a 200 vouches for the remembered playlist; anything else sends us looking by name.
+        QTest::newRow("check answers 204") << "fip" << Script{{Endpoint::playlistCheck, HttpReply{.status = 204, .body = {}}}}
+                                           << noError << check + QStringList{lookup, addition} << "{id}";
+        // A 404 forgets the remembered playlist, so it is looked up by name again, once.
+        QTest::newRow("404 once, recovered") << "fip" << Script{{Endpoint::trackAddition, gone}} << noError
+                                             << check + QStringList{addition, lookup, addition} << "{id}";
+        QTest::newRow("404 twice") << "fip" << Script{{Endpoint::trackAddition, gone}, {Endpoint::trackAddition, gone}}
+                                   << "API Apple Music erreur 404 : gone" << check + QStringList{addition, lookup, addition} << "{id}";
+        QTest::newRow("500 is not retried") << "fip" << Script{{Endpoint::trackAddition, HttpReply::text(500, "down")}}
+                                            << "API Apple Music erreur 500 : down" << check + QStringList{addition} << "{id}";
+        QTest::newRow("library down") << "fip" << Script{{Endpoint::libraryAddition, HttpReply::text(500, "library down")}}
+                                      << "API Apple Music erreur 500 : library down" << library << "{id}";
+        QTest::newRow("unsafe remembered id") << "p.1/../../storefront?x=" << Script{}
+                                              << "L'identifiant de playlist FIP enregistré était invalide ; il a été effacé, réessayez"
+                                              << library << "";
+        QTest::newRow("created without id") << "" << Script{{Endpoint::playlistCreation, HttpReply::json(201, R"({"data":[]})")}}
+                                            << "Impossible de créer la playlist FIP" << library + QStringList{lookup, "POST /v1/me/library/playlists"} << "";
+    }
+
+    void addSong()
+    {
+        QFETCH(QString, stored);
+        QFETCH(Script, script);
+        QFETCH(QString, error);
+        QFETCH(QStringList, requests);
+        QFETCH(QString, storedAfter);
+        const QString id = stored == "fip" ? m_fake->addPlaylist("FIP") : stored;
+        if (!id.isEmpty())
+            storePlaylist(id);
+        for (const auto &[endpoint, reply] : script)
+            m_fake->replyNext(endpoint, reply);
+
+        QCOMPARE(errorOf(m_service->addSong(someSong)), error);
+
+        QCOMPARE(pathsRequested(), requests.replaceInStrings("{id}", id));
+        QCOMPARE(storedPlaylist().toString(), storedAfter.replace("{id}", id));
+        if (error != noError)
+            return;
         QCOMPARE(m_fake->library(), QStringList{someSong.id});
         QCOMPARE(m_fake->playlist(id)->trackIDs, QStringList{someSong.id});
-        const HttpRequest addition = m_fake->requestsTo(FakeAppleMusic::Endpoint::trackAddition).first();
-        QCOMPARE(QJsonDocument::fromJson(addition.body),
-                 QJsonDocument::fromJson(R"({"data":[{"id":"1712000001","type":"songs"}]})"));
-        QCOMPARE(addition.header("Content-Type"), "application/json");
-
-        m_fake->server().clearRequests();
-        m_fake->replyNext(FakeAppleMusic::Endpoint::playlistCheck, HttpReply{.status = 204, .body = {}});
-        runToEnd(m_service->addSong(someSong));
-        // Only a 200 vouches for the remembered playlist; anything else sends us looking by name.
-        QCOMPARE(m_fake->requestsTo(FakeAppleMusic::Endpoint::playlistList).size(), 1);
-        QCOMPARE(storedPlaylist().toString(), id);
+        const HttpRequest trackAddition = m_fake->requestsTo(FakeAppleMusic::Endpoint::trackAddition).last();
+        QCOMPARE(QJsonDocument::fromJson(trackAddition.body), QJsonDocument::fromJson(R"({"data":[{"id":"1712000001","type":"songs"}]})"));
+        QCOMPARE(trackAddition.header("Content-Type"), "application/json");
     }
 
     void addSongResolvesPlaylistByExactName_data()
@@ -622,8 +501,7 @@ private Q_SLOTS:
         QStringList hundredFirst;
         for (int index = 0; index < 100; ++index)
             hundredFirst.append(QStringLiteral("Playlist %1").arg(index));
-        hundredFirst.append("FIP");
-        QTest::newRow("101st is not seen") << "" << hundredFirst << -1;
+        QTest::newRow("101st is not seen") << "" << hundredFirst + QStringList{"FIP"} << -1;
     }
 
     void addSongResolvesPlaylistByExactName()
@@ -645,70 +523,9 @@ private Q_SLOTS:
         QCOMPARE(storedPlaylist().toString(), used);
         QCOMPARE(m_fake->playlist(used)->trackIDs, QStringList{someSong.id});
         QCOMPARE(m_fake->requestsTo(FakeAppleMusic::Endpoint::playlistList).first().query.queryItemValue("limit"), "100");
-        if (chosen < 0) {
+        if (chosen < 0)
             QCOMPARE(QJsonDocument::fromJson(creations.first().body).object(),
                      QJsonDocument::fromJson(R"({"attributes":{"name":"FIP","description":"Capté depuis Radio France FIP via Airnote"}})").object());
-            QCOMPARE(creations.first().header("Content-Type"), "application/json");
-        }
-    }
-
-    void trackAdditionRecovery_data()
-    {
-        QTest::addColumn<QList<HttpReply>>("replies");
-        QTest::addColumn<QString>("expected");
-        QTest::addColumn<int>("attempts");
-        QTest::addColumn<int>("lookups");
-        const HttpReply gone = HttpReply::text(404, "gone");
-        QTest::newRow("404 once, recovered") << QList<HttpReply>{gone} << "<no error>" << 2 << 1;
-        QTest::newRow("404 twice") << QList<HttpReply>{gone, gone} << "API Apple Music erreur 404 : gone" << 2 << 1;
-        QTest::newRow("500 is not retried") << QList<HttpReply>{HttpReply::text(500, "down")}
-                                            << "API Apple Music erreur 500 : down" << 1 << 0;
-    }
-
-    void trackAdditionRecovery()
-    {
-        QFETCH(QList<HttpReply>, replies);
-        QFETCH(QString, expected);
-        QFETCH(int, attempts);
-        QFETCH(int, lookups);
-        const QString id = m_fake->addPlaylist("FIP");
-        storePlaylist(id);
-        for (const HttpReply &reply : replies)
-            m_fake->replyNext(FakeAppleMusic::Endpoint::trackAddition, reply);
-        QCOMPARE(errorOf(m_service->addSong(someSong)), expected);
-        QCOMPARE(m_fake->requestsTo(FakeAppleMusic::Endpoint::trackAddition).size(), attempts);
-        // A 404 forgets the remembered playlist, so it is looked up by name again.
-        QCOMPARE(m_fake->requestsTo(FakeAppleMusic::Endpoint::playlistList).size(), lookups);
-        QCOMPARE(storedPlaylist().toString(), id);
-    }
-
-    void addSongFailures()
-    {
-        m_fake->replyNext(FakeAppleMusic::Endpoint::playlistCreation, HttpReply::json(201, R"({"data":[]})"));
-        QCOMPARE(errorOf(m_service->addSong(someSong)), "Impossible de créer la playlist FIP");
-        QVERIFY(!storedPlaylist().isValid());
-
-        m_fake->server().clearRequests();
-        m_fake->replyNext(FakeAppleMusic::Endpoint::libraryAddition, HttpReply::text(500, "library down"));
-        QCOMPARE(errorOf(m_service->addSong(someSong)), "API Apple Music erreur 500 : library down");
-        QCOMPARE(pathsRequested(), QList<QByteArray>{"POST /v1/me/library"});
-
-        m_fake->server().clearRequests();
-        storePlaylist("p.1/../../storefront?x=");
-        QVERIFY(errorOf(m_service->addSong(someSong)).contains("playlist FIP enregistré était invalide"));
-        QVERIFY(!storedPlaylist().isValid());
-        QCOMPARE(pathsRequested(), QList<QByteArray>{"POST /v1/me/library"});
-    }
-
-    void keychainWithoutServiceFailsClearly()
-    {
-        qunsetenv("AIRNOTE_MUSIC_USER_TOKEN");
-        const QString error = errorOf(m_userTokens->userToken("developer"));
-        QVERIFY2(error.contains("Apple Music user token"), qPrintable(error));
-        QCOMPARE(runToEnd(m_authorization->request()), Status::notDetermined);
-        qputenv("AIRNOTE_MUSIC_USER_TOKEN", "from-environment");
-        QCOMPARE(runToEnd(m_userTokens->userToken("developer")), "from-environment");
-        QCOMPARE(runToEnd(m_authorization->request()), Status::authorized);
     }
 
     void rejectedUserTokenSignsOut_data()
@@ -735,9 +552,8 @@ private Q_SLOTS:
         QCOMPARE(runToEnd(m_authorization->request()), Status::authorized);
         m_fake->replyNext(endpoint, HttpReply::text(status, "refused"));
 
-        const QString error = endpoint == FakeAppleMusic::Endpoint::libraryAddition
-            ? errorOf(m_service->addSong(someSong))
-            : errorOf(m_service->searchMatches("Mira & Sol", "Harbour Lights"));
+        const QString error = endpoint == FakeAppleMusic::Endpoint::libraryAddition ? errorOf(m_service->addSong(someSong))
+                                                                                    : errorOf(m_service->searchMatches("Mira & Sol", "Harbour Lights"));
 
         QCOMPARE(error, QStringLiteral("API Apple Music erreur %1 : refused").arg(status));
         QCOMPARE(stored->token.isEmpty(), signsOut);
@@ -747,7 +563,7 @@ private Q_SLOTS:
 
     void secretsNeverLogged()
     {
-        m_fake->setCatalog(songs(3, "Harbour Lights", "Mira & Sol"));
+        m_fake->setCatalog({FakeAppleMusic::songResource("1", "Harbour Lights", "Mira & Sol")});
         LogCapture log;
         runToEnd(m_service->searchMatches("Mira & Sol", "Harbour Lights"));
         runToEnd(m_service->addSong(someSong));

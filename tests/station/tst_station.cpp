@@ -9,7 +9,6 @@
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QMetaProperty>
 #include <QNetworkAccessManager>
 #include <QRegularExpression>
 #include <QSignalSpy>
@@ -29,9 +28,7 @@ const QByteArray missingNow = R"({"prev": [], "next": []})";
 QByteArray fixture(const QString &name)
 {
     QFile file(QStringLiteral(AIRNOTE_FIXTURES_DIR "/") + name);
-    if (!file.open(QIODevice::ReadOnly))
-        qFatal("missing fixture %s", qPrintable(name));
-    return file.readAll();
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 // "artist|title|artwork|start|end|music", the image host shortened to "~" and
@@ -49,31 +46,12 @@ QString describe(const FIPTrack &track, const QDateTime &parsedFrom, const QDate
     }.join(u'|');
 }
 
-FIPTrack sampleTrack()
-{
-    return FIPTrack{
-        .artist = u"Mira & Sol"_s,
-        .title = u"Harbour Lights"_s,
-        .album = u"Tides"_s,
-        .artworkURL = QUrl(imageBase + "/pikapi/images/abc/400x400"_L1),
-        .startedAt = QDateTime::fromMSecsSinceEpoch(1795000000123, Qt::UTC),
-        .endsAt = QDateTime::fromSecsSinceEpoch(1795000300, Qt::UTC),
-        .isMusicTrack = true,
-    };
-}
-
-QUrl listeningURL(LoopbackHttpServer &server)
-{
-    server.listen();
-    return server.url(u"/livemeta/live/7/webrf_fip_player"_s);
-}
-
 // A poller on a loopback station replying by a script over the request number
 // (from 1), and the log of every wait it starts with the state the poll before left.
 struct StationRig
 {
     explicit StationRig(std::function<HttpReply(qsizetype)> script, std::chrono::milliseconds transferTimeout = 10s)
-        : service(&session, &wakeSource, listeningURL(server))
+        : service(&session, &wakeSource, (server.listen(), server.url(u"/livemeta/live/7/webrf_fip_player"_s)))
     {
         server.setHandler([this, script](const HttpRequest &) { return script(server.requests().size()); });
         session.setTransferTimeout(int(transferTimeout.count()));
@@ -82,10 +60,7 @@ struct StationRig
         });
     }
 
-    QString state() const
-    {
-        return QLatin1String(service.isReachable() ? "up" : "down") + (service.hasCurrent() ? " track"_L1 : ""_L1);
-    }
+    QString state() const { return (service.isReachable() ? "up"_L1 : "down"_L1) + (service.hasCurrent() ? " track"_L1 : ""_L1); }
 
     LoopbackHttpServer server;
     QNetworkAccessManager session;
@@ -123,20 +98,16 @@ private Q_SLOTS:
                                         << u"C|A  B|-|now|-|segment"_s;
         QTest::newRow("empty songUuid") << QByteArray(R"({"now": {"songUuid": ""}})") << u"||-|now|-|music"_s;
         QTest::newRow("empty cover") << QByteArray(R"({"now": {"cover": ""}})") << u"||-|now|-|segment"_s;
-        QTest::newRow("null cover") << QByteArray(R"({"now": {"cover": null}})") << u"||-|now|-|segment"_s;
         QTest::newRow("blank cover") << QByteArray(R"({"now": {"cover": " "}})") << u"||-|now|-|segment"_s;
         QTest::newRow("unknown keys") << QByteArray(R"({"x": 1, "now": {"firstLine": "T", "y": {"a": [1]}, "startTime": 0}})")
                                       << u"|T|-|0|-|segment"_s;
         QTest::newRow("integral decimal") << QByteArray(R"({"now": {"endTime": 1795000000.0}})") << u"||-|now|1795000000|segment"_s;
         QTest::newRow("not JSON") << QByteArray("<html>busy</html>") << decodeFailed;
-        QTest::newRow("empty body") << QByteArray() << decodeFailed;
         QTest::newRow("array") << QByteArray("[]") << decodeFailed;
         QTest::newRow("now a string") << QByteArray(R"({"now": "x"})") << decodeFailed;
         QTest::newRow("startTime string") << QByteArray(R"({"now": {"startTime": "1795000000"}})") << decodeFailed;
         QTest::newRow("startTime fraction") << QByteArray(R"({"now": {"startTime": 1795000000.5}})") << decodeFailed;
-        QTest::newRow("endTime boolean") << QByteArray(R"({"now": {"endTime": true}})") << decodeFailed;
         QTest::newRow("firstLine number") << QByteArray(R"({"now": {"firstLine": 7}})") << decodeFailed;
-        QTest::newRow("songUuid object") << QByteArray(R"({"now": {"songUuid": {}}})") << decodeFailed;
         QTest::newRow("missing now") << missingNow << u"missing 'now' object"_s;
         QTest::newRow("null now") << QByteArray(R"({"now": null})") << u"missing 'now' object"_s;
     }
@@ -158,27 +129,16 @@ private Q_SLOTS:
         }
     }
 
-    void parsesWithoutStartTimeDiffer()
-    {
-        const QByteArray body = fixture(u"station-segment.json"_s);
-        const FIPTrack first = parsePayload(body);
-        QTRY_VERIFY(QDateTime::currentDateTimeUtc() > first.startedAt);
-        const FIPTrack second = parsePayload(body);
-        QCOMPARE(second.title, first.title);
-        QVERIFY(first != second);
-    }
-
     void trackJsonRoundTrip()
     {
         const FIPTrack bare{.title = u"Le direct"_s, .startedAt = QDateTime::fromSecsSinceEpoch(0, Qt::UTC)};
+        FIPTrack full = parsePayload(fixture(u"station-live.json"_s));
+        full.album = u"Tides"_s;
+        full.startedAt = full.startedAt.addMSecs(123);
         QCOMPARE(bare.toJson().keys(), (QStringList{u"artist"_s, u"isMusicTrack"_s, u"startedAt"_s, u"title"_s}));
-        QCOMPARE(sampleTrack().toJson().keys().size(), 7);
-        QCOMPARE(sampleTrack().toJson().value("startedAt"_L1).toString(), u"2026-11-18T11:06:40.123Z"_s);
-        for (const FIPTrack &track : {bare, sampleTrack()}) {
-            const FIPTrack decoded = FIPTrack::fromJson(track.toJson());
-            QVERIFY(decoded == track);
-            QCOMPARE(qHash(decoded, 7), qHash(track, 7));
-        }
+        QCOMPARE(full.toJson().value("startedAt"_L1).toString(), u"2026-11-18T11:06:40.123Z"_s);
+        for (const FIPTrack &track : {bare, full})
+            QVERIFY(FIPTrack::fromJson(track.toJson()) == track);
     }
 
     void trackFromJsonChecksFields_data()
@@ -211,48 +171,6 @@ private Q_SLOTS:
         }
     }
 
-    void trackEqualityAndHashCoverEveryField()
-    {
-        const FIPTrack base = sampleTrack();
-        QList<FIPTrack> variants{base};
-        const auto vary = [&](auto change) {
-            FIPTrack track = base;
-            change(track);
-            variants.append(track);
-        };
-        vary([](FIPTrack &track) { track.artist += u'x'; });
-        vary([](FIPTrack &track) { track.title += u'x'; });
-        vary([](FIPTrack &track) { track.album.reset(); });
-        vary([](FIPTrack &track) { track.album = QString(); });
-        vary([](FIPTrack &track) { track.artworkURL.reset(); });
-        vary([](FIPTrack &track) { track.startedAt = track.startedAt.addMSecs(1); });
-        vary([](FIPTrack &track) { track.endsAt.reset(); });
-        vary([](FIPTrack &track) { track.isMusicTrack = false; });
-
-        for (qsizetype i = 0; i < variants.size(); ++i) {
-            const FIPTrack copy = variants.at(i);
-            QVERIFY(copy == variants.at(i));
-            QCOMPARE(qHash(copy, 1), qHash(variants.at(i), 1));
-            for (qsizetype j = i + 1; j < variants.size(); ++j)
-                QVERIFY2(variants.at(i) != variants.at(j), qPrintable(u"%1 vs %2"_s.arg(i).arg(j)));
-        }
-    }
-
-    void trackReadsAsReadOnlyGadget()
-    {
-        const QMetaObject &meta = FIPTrack::staticMetaObject;
-        const auto property = [&](const char *name) { return meta.property(meta.indexOfProperty(name)); };
-        for (const char *name : {"artist", "title", "album", "artworkURL", "isMusicTrack"})
-            QVERIFY2(property(name).isValid() && !property(name).isWritable(), name);
-
-        const FIPTrack full = sampleTrack();
-        const FIPTrack bare;
-        QCOMPARE(property("album").readOnGadget(&full).toString(), u"Tides"_s);
-        QCOMPARE(property("artworkURL").readOnGadget(&full).toUrl(), *full.artworkURL);
-        QCOMPARE(property("album").readOnGadget(&bare), QVariant(QString()));
-        QCOMPARE(property("artworkURL").readOnGadget(&bare), QVariant(QUrl()));
-    }
-
     void pollerCadenceFollowsFailures_data()
     {
         QTest::addColumn<int>("status");
@@ -263,7 +181,6 @@ private Q_SLOTS:
         const QString parseFailure = u"Poll failed: The operation couldn't be completed. (ParseError error 0.)"_s;
         QTest::newRow("404") << 404 << QByteArray("not found") << badResponse;
         QTest::newRow("500") << 500 << fixture(u"station-live.json"_s) << badResponse;
-        QTest::newRow("not JSON") << 200 << QByteArray("<html>maintenance</html>") << parseFailure;
         QTest::newRow("no now") << 200 << missingNow << parseFailure;
     }
 
@@ -273,37 +190,13 @@ private Q_SLOTS:
         QFETCH(QByteArray, body);
         QFETCH(QString, logged);
 
-        // One success, four failures, one success, then a request left hanging to end the run.
+        // One success, five failures with a wake during the 60 s wait, one success,
+        // then a request left hanging to end the run.
         const QByteArray live = fixture(u"station-live.json"_s);
         StationRig rig([&](qsizetype request) {
-            if (request > 6)
+            if (request > 7)
                 return HttpReply::hangForever();
-            return request >= 2 && request <= 5 ? HttpReply::json(status, body) : HttpReply::json(200, live);
-        });
-        QSignalSpy published(&rig.service, &FIPMetadataService::currentChanged);
-        for (int failure = 0; failure < 4; ++failure)
-            QTest::ignoreMessage(QtCriticalMsg, qPrintable(logged));
-
-        rig.service.setWaitUnit(1ms);
-        rig.service.start();
-        QTRY_COMPARE(rig.server.requests().size(), 7);
-
-        QCOMPARE(rig.waits, (QStringList{u"5s failures=0 up track"_s, u"5s failures=1 up track"_s,
-                                         u"5s failures=2 up track"_s, u"30s failures=3 down track"_s,
-                                         u"60s failures=4 down track"_s, u"5s failures=0 up track"_s}));
-        QCOMPARE(published.count(), 2);
-        QVERIFY(rig.service.property("current").value<FIPTrack>() == parsePayload(live));
-        QCOMPARE(rig.server.requests().constFirst().method, "GET");
-        QCOMPARE(rig.server.requests().constFirst().path, u"/livemeta/live/7/webrf_fip_player"_s);
-    }
-
-    void wakeResetsCounterOnly()
-    {
-        const QByteArray live = fixture(u"station-live.json"_s);
-        StationRig rig([&](qsizetype request) {
-            if (request > 6)
-                return HttpReply::hangForever();
-            return request <= 5 ? HttpReply::text(500, "down") : HttpReply::json(200, live);
+            return request >= 2 && request <= 6 ? HttpReply::json(status, body) : HttpReply::json(200, live);
         });
         connect(&rig.service, &FIPMetadataService::waitStarted, this, [&](qint64 seconds) {
             if (seconds != 60)
@@ -312,24 +205,28 @@ private Q_SLOTS:
             rig.waits.append(u"woke failures=%1 %2 waiting=%3"_s.arg(rig.service.consecutiveFailures())
                                  .arg(rig.state()).arg(rig.service.isWaiting()));
         });
+        QSignalSpy published(&rig.service, &FIPMetadataService::currentChanged);
         QTest::ignoreMessage(QtInfoMsg, "Wake detected — resetting failure counter");
         for (int failure = 0; failure < 5; ++failure)
-            QTest::ignoreMessage(QtCriticalMsg, "Poll failed: bad server response");
+            QTest::ignoreMessage(QtCriticalMsg, qPrintable(logged));
 
         rig.service.setWaitUnit(1ms);
         rig.service.start();
-        QTRY_COMPARE(rig.server.requests().size(), 7);
+        QTRY_COMPARE(rig.server.requests().size(), 8);
 
-        QCOMPARE(rig.waits, (QStringList{u"5s failures=1 up"_s, u"5s failures=2 up"_s, u"30s failures=3 down"_s,
-                                         u"60s failures=4 down"_s, u"woke failures=0 down waiting=1"_s,
-                                         u"5s failures=1 down"_s, u"5s failures=0 up track"_s}));
+        QCOMPARE(rig.waits, (QStringList{u"5s failures=0 up track"_s, u"5s failures=1 up track"_s,
+                                         u"5s failures=2 up track"_s, u"30s failures=3 down track"_s,
+                                         u"60s failures=4 down track"_s, u"woke failures=0 down track waiting=1"_s,
+                                         u"5s failures=1 down track"_s, u"5s failures=0 up track"_s}));
+        QCOMPARE(published.count(), 2);
+        QVERIFY(rig.service.property("current").value<FIPTrack>() == parsePayload(live));
+        QCOMPARE(rig.server.requests().constFirst().path, u"/livemeta/live/7/webrf_fip_player"_s);
     }
 
     void startIsIdempotentAndCutWaitShortPolls()
     {
         const QByteArray live = fixture(u"station-live.json"_s);
         StationRig rig([&](qsizetype) { return HttpReply::json(200, live); });
-        QSignalSpy published(&rig.service, &FIPMetadataService::currentChanged);
         rig.service.setWaitUnit(1min);
 
         rig.service.start();
@@ -345,7 +242,6 @@ private Q_SLOTS:
         QCOMPARE(waitingChanges.count(), 1);
         QTRY_COMPARE(rig.waits.size(), 2);
         QCOMPARE(rig.server.requests().size(), 2);
-        QCOMPARE(published.count(), 2);
     }
 
     void hangingServerKeepsFetchingUntilTimeout()
