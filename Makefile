@@ -35,3 +35,8 @@ clean:
 .PHONY: fuzz
 fuzz:
 	scripts/fuzz
+
+# The .deb lands in $(BUILD_DIR)/package; CMake's package target builds everything first.
+.PHONY: package
+package: configure
+	cmake --build $(BUILD_DIR) --target package
