@@ -24,29 +24,8 @@ Control {
     implicitWidth: 320
     padding: 14
 
-    component FooterButton: Button {
-        id: footerButton
-        padding: 0
-        font: Theme.caption
-        background: null
-        contentItem: Text {
-            text: footerButton.text
-            font: footerButton.font
-            color: Theme.secondary
-        }
-    }
-
-    component Divider: Rectangle {
-        Layout.fillWidth: true
-        implicitHeight: 1
-        color: Theme.separator
-    }
-
-    component DimmedMessage: Label {
-        topPadding: 8
-        bottomPadding: 8
-        color: Theme.secondary
-        font: Theme.body
+    component FooterButton: PlainButton {
+        textColor: Theme.secondary
     }
 
     contentItem: ColumnLayout {
@@ -153,39 +132,18 @@ Control {
             }
         }
 
-        Button {
-            id: saveButton
+        ProminentButton {
             objectName: "saveButton"
             visible: view.showsMusic
             enabled: view.showsMusic
             Layout.alignment: Qt.AlignHCenter
             text: "Sauver dans Apple Music"
-            font.family: Theme.body.family
-            font.pointSize: Theme.body.pointSize
+            iconName: "plus-circle-fill"
             topPadding: 7
             bottomPadding: 7
             leftPadding: 14
             rightPadding: 14
-            opacity: enabled ? 1 : 0.5
             onClicked: view.save()
-            contentItem: RowLayout {
-                spacing: 6
-                TintedIcon {
-                    name: "plus-circle-fill"
-                    color: Theme.accentText
-                    implicitWidth: 16
-                    implicitHeight: 16
-                }
-                Text {
-                    text: saveButton.text
-                    font: saveButton.font
-                    color: Theme.accentText
-                }
-            }
-            background: Rectangle {
-                radius: 6
-                color: saveButton.down ? Qt.darker(Theme.accent, 1.15) : Theme.accent
-            }
         }
 
         DimmedMessage {

@@ -5,6 +5,7 @@
 #include <QCursor>
 #include <QGuiApplication>
 #include <QKeyEvent>
+#include <QQmlComponent>
 #include <QQuickItem>
 #include <QScreen>
 #include <QStyleHints>
@@ -28,6 +29,21 @@ PanelWindow::PanelWindow(AirnoteApp *app, Presentation presentation, QWindow *pa
         connect(content, &QQuickItem::heightChanged, this, &PanelWindow::followContentSize);
         followContentSize();
     }
+
+    QQmlComponent dialog(engine(), QUrl(QStringLiteral("qrc:/qt-project.org/imports/Airnote/UI/UpdateDialog.qml")));
+    m_updateDialog.reset(qobject_cast<QQuickWindow *>(
+        dialog.createWithInitialProperties({{QStringLiteral("updater"), QVariant::fromValue(app->updater())}})));
+    // The dialog is compiled into the module: failing to build it is a broken build, not a runtime state.
+    if (!m_updateDialog)
+        qFatal("UpdateDialog.qml: %s", qPrintable(dialog.errorString()));
+    connect(app, &AirnoteApp::updateCheckFinished, this, &PanelWindow::showUpdateDialog);
+}
+
+PanelWindow::~PanelWindow() = default;
+
+QQuickWindow *PanelWindow::updateDialog() const
+{
+    return m_updateDialog.get();
 }
 
 void PanelWindow::showNextTo(QRect anchor)
@@ -72,6 +88,17 @@ void PanelWindow::keyPressEvent(QKeyEvent *event)
         return;
     }
     QQuickView::keyPressEvent(event);
+}
+
+void PanelWindow::showUpdateDialog()
+{
+    // A window of its own rather than one tied to the panel: a scheduled check
+    // can find an update while the panel is closed.
+    const QRect available = (isVisible() ? screen() : QGuiApplication::primaryScreen())->availableGeometry();
+    m_updateDialog->setPosition(available.center() - QPoint(m_updateDialog->width() / 2, m_updateDialog->height() / 2));
+    m_updateDialog->show();
+    m_updateDialog->raise();
+    m_updateDialog->requestActivate();
 }
 
 void PanelWindow::followContentSize()

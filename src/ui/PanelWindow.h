@@ -3,6 +3,8 @@
 #include <QElapsedTimer>
 #include <QQuickView>
 
+#include <memory>
+
 namespace airnote {
 
 class AirnoteApp;
@@ -18,11 +20,15 @@ public:
     enum class Presentation { Attached, Windowed };
 
     PanelWindow(AirnoteApp *app, Presentation presentation, QWindow *parent = nullptr);
+    ~PanelWindow() override;
 
     // anchor: the tray icon's geometry, or an invalid rectangle when the
     // desktop does not tell it; the cursor position stands in then.
     void showNextTo(QRect anchor);
     void toggleNextTo(QRect anchor);
+
+    // The small window answering "Vérifier les màj"; it shows itself when a check ends.
+    QQuickWindow *updateDialog() const;
 
     // Where a panel of the given size opens: centred under the anchor, or above
     // it when the anchor sits in the lower half, kept inside the available area.
@@ -34,9 +40,11 @@ protected:
 private:
     void followContentSize();
     void hideWhenDeactivated();
+    void showUpdateDialog();
 
     Presentation m_presentation;
     QElapsedTimer m_sinceHiddenByDeactivation;
+    std::unique_ptr<QQuickWindow> m_updateDialog;
 };
 
 } // namespace airnote

@@ -19,8 +19,9 @@ QtObject {
 
     readonly property color background: palette.window
     readonly property color primary: palette.windowText
-    readonly property color secondary: Qt.rgba(primary.r, primary.g, primary.b, 0.55)
-    readonly property color separator: Qt.rgba(primary.r, primary.g, primary.b, 0.14)
+    readonly property color secondary: withAlpha(primary, 0.55)
+    readonly property color separator: withAlpha(primary, 0.14)
+    readonly property color controlBackground: palette.base
     readonly property color quaternaryFill: isDark ? Qt.rgba(0.46, 0.46, 0.5, 0.18) : Qt.rgba(0.45, 0.45, 0.5, 0.08)
     readonly property color accent: palette.highlight
     readonly property color accentText: palette.highlightedText
@@ -30,4 +31,9 @@ QtObject {
     readonly property color orange: isDark ? "#ff9f0a" : "#ff9500"
     readonly property color red: isDark ? "#ff453a" : "#ff3b30"
     readonly property color blue: isDark ? "#0a84ff" : "#007aff"
+    readonly property color gray: isDark ? "#98989d" : "#8e8e93"
+
+    function withAlpha(colour, alpha) {
+        return Qt.rgba(colour.r, colour.g, colour.b, alpha)
+    }
 }

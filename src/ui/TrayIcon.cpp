@@ -3,6 +3,7 @@
 #include "PanelWindow.h"
 #include "TintedIcon.h"
 #include "app/AirnoteApp.h"
+#include "platform/MusicAuthorization.h"
 
 #include <QGuiApplication>
 #include <QPalette>
@@ -13,6 +14,7 @@ namespace airnote {
 TrayIcon::TrayIcon(PanelWindow *panel, AirnoteApp *app, QObject *parent)
     : QSystemTrayIcon(parent)
     , m_panel(panel)
+    , m_authorization(app->authorization())
 {
     // Tray panels draw their icons in the desktop's text colour; the palette is our best guess of it.
     const QColor ink = QGuiApplication::palette().color(QPalette::WindowText);
@@ -20,8 +22,12 @@ TrayIcon::TrayIcon(PanelWindow *panel, AirnoteApp *app, QObject *parent)
     setToolTip(QStringLiteral("Airnote"));
 
     m_menu.addAction(QStringLiteral("Ouvrir"), panel, [this] { m_panel->showNextTo(geometry()); });
+    m_accountAction = m_menu.addAction(QString(), this, &TrayIcon::signInOrOut);
+    m_menu.addSeparator();
     m_menu.addAction(QStringLiteral("Quitter"), app, &AirnoteApp::quit);
     setContextMenu(&m_menu);
+    showAuthorization();
+    connect(m_authorization, &MusicAuthorization::statusChanged, this, &TrayIcon::showAuthorization);
 
     connect(this, &QSystemTrayIcon::activated, this, &TrayIcon::onActivated);
 }
@@ -30,6 +36,20 @@ void TrayIcon::onActivated(QSystemTrayIcon::ActivationReason reason)
 {
     if (reason == QSystemTrayIcon::Trigger)
         m_panel->toggleNextTo(geometry());
+}
+
+void TrayIcon::showAuthorization()
+{
+    const bool authorized = m_authorization->currentStatus() == MusicAuthorization::Status::authorized;
+    m_accountAction->setText(authorized ? QStringLiteral("Se déconnecter") : QStringLiteral("Se connecter à Apple Music"));
+}
+
+void TrayIcon::signInOrOut()
+{
+    if (m_authorization->currentStatus() == MusicAuthorization::Status::authorized)
+        m_authorization->signOut();
+    else
+        m_authorization->signIn();
 }
 
 } // namespace airnote

@@ -6,10 +6,12 @@
 namespace airnote {
 
 class AirnoteApp;
+class MusicAuthorization;
 class PanelWindow;
 
 // The radio in the tray: a click opens or closes the panel next to it; a menu
-// offers the same for desktops that only open menus from tray icons.
+// offers the same for desktops that only open menus from tray icons, and the
+// Apple Music sign-in or sign-out.
 class TrayIcon : public QSystemTrayIcon
 {
     Q_OBJECT
@@ -19,9 +21,13 @@ public:
 
 private:
     void onActivated(QSystemTrayIcon::ActivationReason reason);
+    void showAuthorization();
+    void signInOrOut();
 
     PanelWindow *m_panel;
+    MusicAuthorization *m_authorization;
     QMenu m_menu;
+    QAction *m_accountAction;
 };
 
 } // namespace airnote

@@ -1,0 +1,26 @@
+#include "ConfidenceGrade.h"
+
+namespace airnote {
+
+namespace {
+
+constexpr double highConfidence = 0.85;
+constexpr double fairConfidence = 0.5;
+
+} // namespace
+
+QString ConfidenceGrade::text(double confidence)
+{
+    return QString::number(static_cast<int>(confidence * 100)) + QLatin1Char('%');
+}
+
+QString ConfidenceGrade::colourName(double confidence)
+{
+    if (confidence >= highConfidence)
+        return QStringLiteral("green");
+    if (confidence >= fairConfidence)
+        return QStringLiteral("orange");
+    return QStringLiteral("red");
+}
+
+} // namespace airnote

@@ -1,0 +1,224 @@
+import QtQuick
+import Airnote.UI
+import QtQuick.Layouts
+import QtQuick.Controls.Fusion
+
+// The listener picks which catalog song to save for the track on air, or,
+// when the search found none, notes the track for later.
+Control {
+    id: sheet
+
+    required property string fipArtist
+    required property string fipTitle
+    // CatalogMatch values, best first.
+    required property var matches
+    // The catalog identifier of the selected candidate; the first on appearance.
+    property string selectedID
+    readonly property bool hasSelection: matches.some(match => match.song.id === selectedID)
+
+    signal confirm(string songID)
+    signal logForLater()
+    signal cancel()
+
+    Component.onCompleted: if (selectedID === "" && matches.length > 0) selectedID = matches[0].song.id
+
+    implicitWidth: 360
+    padding: 16
+
+    // Enabled with the sheet, so a sheet fading out no longer answers keys.
+    Shortcut {
+        sequences: [StandardKey.Cancel]
+        enabled: sheet.enabled
+        onActivated: sheet.cancel()
+    }
+    Shortcut {
+        sequences: ["Return", "Enter"]
+        enabled: sheet.enabled && sheet.hasSelection
+        onActivated: sheet.confirm(sheet.selectedID)
+    }
+
+    component CancelButton: Button {
+        objectName: "cancelButton"
+        text: "Annuler"
+        font: Theme.body
+        onClicked: sheet.cancel()
+    }
+
+    component CandidateCard: AbstractButton {
+        id: card
+
+        required property var modelData
+        readonly property bool isSelected: sheet.selectedID === modelData.song.id
+
+        objectName: "candidate"
+        Layout.fillWidth: true
+        padding: 8
+        onClicked: sheet.selectedID = modelData.song.id
+
+        contentItem: RowLayout {
+            spacing: 10
+
+            RoundedImage {
+                id: artwork
+                objectName: "candidateArtwork"
+                implicitWidth: 56
+                implicitHeight: 56
+                radius: 4
+                source: card.modelData.song.artworkURL(112, 112)
+                placeholderColor: Theme.quaternaryFill
+
+                TintedIcon {
+                    anchors.centerIn: parent
+                    visible: !artwork.isLoaded
+                    name: "music-note"
+                    color: Theme.secondary
+                    implicitWidth: 22
+                    implicitHeight: 22
+                }
+            }
+            ColumnLayout {
+                Layout.fillWidth: true
+                spacing: 2
+
+                Label {
+                    objectName: "candidateTitle"
+                    Layout.fillWidth: true
+                    text: card.modelData.song.title
+                    font.family: Theme.callout.family
+                    font.pointSize: Theme.callout.pointSize
+                    font.bold: true
+                    color: Theme.primary
+                    maximumLineCount: 1
+                    elide: Text.ElideRight
+                }
+                Label {
+                    Layout.fillWidth: true
+                    text: card.modelData.song.artistName
+                    font: Theme.caption
+                    color: Theme.secondary
+                    maximumLineCount: 1
+                    elide: Text.ElideRight
+                }
+                Label {
+                    objectName: "candidateAlbum"
+                    Layout.fillWidth: true
+                    visible: text !== ""
+                    text: card.modelData.song.albumTitle
+                    font: Theme.caption2
+                    color: Theme.secondary
+                    maximumLineCount: 1
+                    elide: Text.ElideRight
+                }
+            }
+            Item {
+                implicitWidth: 4
+            }
+            Label {
+                id: badge
+                objectName: "confidenceBadge"
+                readonly property color tint: Theme[ConfidenceGrade.colourName(card.modelData.confidence)]
+                text: ConfidenceGrade.text(card.modelData.confidence)
+                font: Theme.caption2
+                color: tint
+                leftPadding: 6
+                rightPadding: 6
+                topPadding: 2
+                bottomPadding: 2
+                background: Rectangle {
+                    radius: height / 2
+                    color: Theme.withAlpha(badge.tint, 0.15)
+                }
+            }
+        }
+
+        background: Rectangle {
+            radius: 6
+            color: card.isSelected ? Theme.withAlpha(Theme.accent, 0.18) : Theme.controlBackground
+            border.width: 1
+            border.color: card.isSelected ? Theme.accent : Theme.withAlpha(Theme.gray, 0.25)
+        }
+    }
+
+    contentItem: ColumnLayout {
+        spacing: 12
+
+        Label {
+            text: "Confirmer la sauvegarde"
+            font: Theme.headline
+            color: Theme.primary
+        }
+
+        Label {
+            objectName: "summary"
+            visible: sheet.matches.length > 0
+            Layout.fillWidth: true
+            text: "FIP : " + sheet.fipArtist + " — " + sheet.fipTitle + "  ·  " + sheet.matches.length
+                  + " résultat" + (sheet.matches.length >= 2 ? "s" : "")
+            font: Theme.caption
+            color: Theme.secondary
+            wrapMode: Text.Wrap
+        }
+
+        ColumnLayout {
+            visible: sheet.matches.length > 0
+            Layout.fillWidth: true
+            spacing: 6
+
+            Repeater {
+                model: sheet.matches
+                delegate: CandidateCard {}
+            }
+        }
+
+        RowLayout {
+            visible: sheet.matches.length > 0
+            Layout.fillWidth: true
+
+            CancelButton {}
+            Item {
+                Layout.fillWidth: true
+            }
+            ProminentButton {
+                objectName: "confirmButton"
+                text: "Confirmer"
+                enabled: sheet.hasSelection
+                onClicked: sheet.confirm(sheet.selectedID)
+            }
+        }
+
+        ColumnLayout {
+            objectName: "notFound"
+            visible: sheet.matches.length === 0
+            Layout.fillWidth: true
+            spacing: 8
+
+            Label {
+                text: "Pas trouvé dans Apple Music"
+                font: Theme.body
+                color: Theme.primary
+            }
+            Label {
+                objectName: "fipLine"
+                Layout.fillWidth: true
+                text: "FIP joue : " + sheet.fipArtist + " — " + sheet.fipTitle
+                font: Theme.caption
+                color: Theme.secondary
+                wrapMode: Text.Wrap
+            }
+            RowLayout {
+                Layout.fillWidth: true
+                Layout.topMargin: 4
+
+                CancelButton {}
+                Item {
+                    Layout.fillWidth: true
+                }
+                ProminentButton {
+                    objectName: "logForLaterButton"
+                    text: "Logger pour plus tard"
+                    onClicked: sheet.logForLater()
+                }
+            }
+        }
+    }
+}
