@@ -2,13 +2,17 @@
 
 #include "fakes/FakeAppleMusic.h"
 #include "fakes/FakeStation.h"
+#include "sandbox/Chaos.h"
 
 #include <QByteArray>
+#include <QIODevice>
 #include <QList>
 #include <QObject>
+#include <QPointer>
 #include <QString>
 #include <QStringList>
 
+#include <memory>
 #include <utility>
 
 namespace airnote::sandbox {
@@ -22,6 +26,11 @@ class Sandbox : public QObject
 public:
     explicit Sandbox(fakes::FakeStation::Schedule schedule = {}, QObject *parent = nullptr);
 
+    // Before listen: from then on the live document and Apple Music answer as
+    // chaos decides, and each of their requests is written to requestLog as
+    // one line: monotonic seconds at arrival, "station" or "music:<endpoint>",
+    // the reply kind, the reply's delay in milliseconds.
+    void makeChaotic(quint32 seed, QIODevice *requestLog = nullptr);
     bool listen();
     // The variables that point Airnote at the sandbox, in the order they are printed.
     QList<std::pair<QByteArray, QString>> environment() const;
@@ -31,11 +40,19 @@ public:
 
 private:
     void reportChanges();
+    fakes::HttpReply chaoticLiveReply(const fakes::HttpRequest &request);
+    void disturbAppleMusic(const fakes::HttpRequest &request);
+    void logRequest(const QByteArray &target, const QByteArray &kind, const fakes::HttpReply &reply);
+    QUrl liveURL() const;
 
     fakes::FakeStation m_station;
     fakes::FakeAppleMusic m_appleMusic;
     QStringList m_reportedLibrary;
     QList<fakes::FakeAppleMusic::Playlist> m_reportedPlaylists;
+    std::unique_ptr<Chaos> m_chaos;
+    // The station's own server keeps serving covers; only the live document goes through chaos.
+    std::unique_ptr<fakes::LoopbackHttpServer> m_chaoticLive;
+    QPointer<QIODevice> m_requestLog;
 };
 
 } // namespace airnote::sandbox

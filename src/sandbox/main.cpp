@@ -5,10 +5,12 @@
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QFile>
 #include <QTextStream>
 
 #include <chrono>
 #include <cstdlib>
+#include <optional>
 
 using namespace airnote;
 using namespace airnote::sandbox;
@@ -17,10 +19,13 @@ namespace {
 
 constexpr int usageFailure = 2;
 constexpr int listenFailure = 1;
+constexpr int requestLogFailure = 1;
 
 struct Options
 {
     std::chrono::seconds period{30};
+    std::optional<quint32> chaosSeed;
+    QString requestLog;
     QStringList command;  // empty: serve until a termination signal
 };
 
@@ -43,6 +48,16 @@ Options parseOptions(const QStringList &arguments)
     const QCommandLineOption period(QStringLiteral("period"), QStringLiteral("Seconds each programme item stays on air."),
                                     QStringLiteral("seconds"), QStringLiteral("30"));
     parser.addOption(period);
+    const QCommandLineOption chaos(QStringLiteral("chaos"),
+                                   QStringLiteral("Misbehave, by a schedule drawn from the seed: station and Apple Music "
+                                                  "failures, garbage, slow answers and hangs."),
+                                   QStringLiteral("seed"));
+    parser.addOption(chaos);
+    const QCommandLineOption requestLog(QStringLiteral("request-log"),
+                                        QStringLiteral("With --chaos: append a line per station and Apple Music request "
+                                                       "(monotonic seconds, target, reply kind, delay in ms) to the file."),
+                                        QStringLiteral("file"));
+    parser.addOption(requestLog);
     parser.process(run < 0 ? arguments : arguments.first(run));
     if (!parser.positionalArguments().isEmpty())
         failUsage(QStringLiteral("unexpected argument \"%1\"").arg(parser.positionalArguments().first()));
@@ -51,7 +66,16 @@ Options parseOptions(const QStringList &arguments)
     const int seconds = parser.value(period).toInt(&valid);
     if (!valid || seconds <= 0)
         failUsage(QStringLiteral("--period needs a whole number of seconds above zero"));
-    Options options{.period = std::chrono::seconds(seconds), .command = {}};
+    Options options{.period = std::chrono::seconds(seconds), .chaosSeed = {}, .requestLog = {}, .command = {}};
+    if (parser.isSet(chaos)) {
+        const uint seed = parser.value(chaos).toUInt(&valid);
+        if (!valid)
+            failUsage(QStringLiteral("--chaos needs a whole number from 0 to 4294967295"));
+        options.chaosSeed = seed;
+    }
+    options.requestLog = parser.value(requestLog);
+    if (!options.requestLog.isEmpty() && !options.chaosSeed)
+        failUsage(QStringLiteral("--request-log needs --chaos"));
     if (run >= 0) {
         options.command = arguments.mid(run + 1);
         if (options.command.isEmpty())
@@ -69,6 +93,13 @@ int main(int argc, char *argv[])
     const Options options = parseOptions(QCoreApplication::arguments());
 
     Sandbox sandbox({.period = options.period});
+    QFile requestLog(options.requestLog);
+    if (!options.requestLog.isEmpty() && !requestLog.open(QIODevice::WriteOnly | QIODevice::Append)) {
+        qCCritical(sandboxLogger).noquote() << "cannot write" << options.requestLog << ':' << requestLog.errorString();
+        return requestLogFailure;
+    }
+    if (options.chaosSeed)
+        sandbox.makeChaotic(*options.chaosSeed, requestLog.isOpen() ? &requestLog : nullptr);
     if (!sandbox.listen()) {
         qCCritical(sandboxLogger) << "cannot listen on the loopback interface";
         return listenFailure;

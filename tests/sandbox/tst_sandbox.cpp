@@ -1,3 +1,4 @@
+#include "sandbox/Chaos.h"
 #include "sandbox/Sandbox.h"
 #include "sandbox/Scenario.h"
 
@@ -7,22 +8,29 @@
 #include "platform/MusicUserTokenProvider.h"
 #include "station/StationPayload.h"
 
+#include <QBuffer>
 #include <QCoro/QCoroTask>
 #include <QImage>
+#include <QJsonDocument>
+#include <QMetaEnum>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QProcess>
+#include <QSet>
 #include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <algorithm>
+#include <chrono>
 #include <memory>
 #include <optional>
 
 using namespace airnote;
 using namespace std::chrono_literals;
 using fakes::FakeStation;
+using sandbox::Chaos;
 using sandbox::Sandbox;
 
 namespace {
@@ -49,6 +57,27 @@ QCoro::Task<bool> succeeded(QCoro::Task<> task)
     } catch (const Error &error) {
         qWarning().noquote() << "threw:" << error.localizedDescription();
         co_return false;
+    }
+}
+
+using StationDecision = Chaos::Decision<Chaos::StationReply>;
+using MusicDecision = Chaos::Decision<Chaos::MusicReply>;
+
+bool sameReply(const fakes::HttpReply &one, const fakes::HttpReply &other)
+{
+    return one.status == other.status && one.body == other.body && one.delay == other.delay && one.hang == other.hang;
+}
+
+// What the poller makes of a reply: a track, or a failure.
+bool pollSucceeds(const fakes::HttpReply &reply)
+{
+    if (reply.hang || reply.status != 200)
+        return false;
+    try {
+        parsePayload(reply.body);
+        return true;
+    } catch (const Error &) {
+        return false;
     }
 }
 
@@ -105,6 +134,12 @@ private:
     {
         const auto matches = QCoro::waitFor(outcome(m_service->searchMatches(track.artist, track.title)));
         return matches.value_or(QList<CatalogMatch>{});
+    }
+    static void seedRows()
+    {
+        QTest::addColumn<quint32>("seed");
+        for (const quint32 seed : {0u, 7u, 2026u, 4294967295u})
+            QTest::addRow("%u", seed) << seed;
     }
     static QProcess *startSandbox(const QStringList &arguments)
     {
@@ -235,6 +270,142 @@ private Q_SLOTS:
             QStringLiteral("added %1 to playlist FIP").arg(songs.at(1).id),
         };
         QTRY_COMPARE(log.lines(), expected);
+    }
+
+    void chaosFollowsItsSeedAlone_data()
+    {
+        seedRows();
+    }
+    void chaosFollowsItsSeedAlone()
+    {
+        QFETCH(quint32, seed);
+        const QByteArray document = m_sandbox->station().liveDocument();
+        Chaos alone(seed), interleaved(seed), other(seed + 1);
+        bool otherDiffers = false;
+        for (int draw = 0; draw < 300; ++draw) {
+            // The listener's Apple Music traffic must not move the station's schedule.
+            for (int music = 0; music < draw % 4; ++music)
+                interleaved.nextMusicReply();
+            const StationDecision expected = alone.nextStationReply(document);
+            const StationDecision actual = interleaved.nextStationReply(document);
+            QCOMPARE(actual.kind, expected.kind);
+            QVERIFY2(sameReply(actual.reply, expected.reply), qPrintable(QString::number(draw)));
+            const StationDecision different = other.nextStationReply(document);
+            otherDiffers = otherDiffers || different.kind != expected.kind || !sameReply(different.reply, expected.reply);
+        }
+        QVERIFY(otherDiffers);
+        Chaos twin(seed);
+        for (int draw = 0; draw < 100; ++draw) {
+            const MusicDecision expected = twin.nextMusicReply();
+            const MusicDecision actual = alone.nextMusicReply();
+            QCOMPARE(actual.kind, expected.kind);
+            QVERIFY(sameReply(actual.reply, expected.reply));
+        }
+    }
+
+    void chaosCoversEveryMisbehaviour_data()
+    {
+        seedRows();
+    }
+    void chaosCoversEveryMisbehaviour()
+    {
+        QFETCH(quint32, seed);
+        const QByteArray document = m_sandbox->station().liveDocument();
+        Chaos chaos(seed);
+        constexpr int draws = 400;
+        QSet<QByteArray> stationKinds;
+        QSet<qsizetype> streaks;
+        qsizetype streak = 0;
+        int hangs = 0;
+        for (int draw = 0; draw < draws; ++draw) {
+            const auto [kind, reply] = chaos.nextStationReply(document);
+            stationKinds.insert(Chaos::nameOf(kind));
+            const bool success = kind == Chaos::StationReply::document || kind == Chaos::StationReply::slowDocument;
+            // The soak check reads the poll's outcome from the logged kind alone.
+            QVERIFY2(pollSucceeds(reply) == success, Chaos::nameOf(kind).constData());
+            QVERIFY(reply.delay <= std::chrono::seconds(5));
+            hangs += reply.hang ? 1 : 0;
+            if (success && streak > 0)
+                streaks.insert(streak);
+            streak = success ? 0 : streak + 1;
+        }
+        QCOMPARE(stationKinds.size(), QMetaEnum::fromType<Chaos::StationReply>().keyCount());
+        // Streaks of three and of four or more lead to the 30 s and 60 s waits.
+        QVERIFY(streaks.contains(3));
+        QVERIFY(std::any_of(streaks.cbegin(), streaks.cend(), [](qsizetype length) { return length >= 4; }));
+        // Each hang costs the app a full 60 s transfer timeout.
+        QVERIFY2(hangs <= draws / 25, qPrintable(QString::number(hangs)));
+
+        QSet<QByteArray> musicKinds;
+        int normal = 0;
+        for (int draw = 0; draw < draws; ++draw) {
+            const auto [kind, reply] = chaos.nextMusicReply();
+            musicKinds.insert(Chaos::nameOf(kind));
+            if (kind == Chaos::MusicReply::normal) {
+                ++normal;
+                continue;
+            }
+            QVERIFY(reply.status >= 400 || QJsonDocument::fromJson(reply.body).isNull());
+        }
+        QCOMPARE(musicKinds.size(), QMetaEnum::fromType<Chaos::MusicReply>().keyCount());
+        QVERIFY2(normal > draws / 2 && normal < draws * 9 / 10, qPrintable(QString::number(normal)));
+    }
+
+    void chaoticSandboxLogsEachRequest()
+    {
+        // The first draws of this seed hold no hang, which would stall the client.
+        constexpr quint32 seed = 11;
+        constexpr int polls = 6;
+        Sandbox sandbox;
+        QBuffer log;
+        log.open(QIODevice::WriteOnly);
+        sandbox.makeChaotic(seed, &log);
+        QVERIFY(sandbox.listen());
+        const auto variables = sandbox.environment();
+        const auto station = std::find_if(variables.cbegin(), variables.cend(),
+                                          [](const auto &variable) { return variable.first == "AIRNOTE_STATION_URL"; });
+        QVERIFY(station != variables.cend());
+        const QUrl liveURL(station->second);
+        QVERIFY(liveURL != sandbox.station().liveURL());
+        Chaos twin(seed);
+
+        const double start = std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+        for (int poll = 0; poll < polls; ++poll) {
+            const StationDecision expected = twin.nextStationReply(sandbox.station().liveDocument());
+            QVERIFY(!expected.reply.hang);
+            const std::unique_ptr<QNetworkReply, LaterDeleter> reply(m_session.get(QNetworkRequest(liveURL)));
+            QSignalSpy finished(reply.get(), &QNetworkReply::finished);
+            QVERIFY(finished.wait(10'000));
+            QCOMPARE(reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(), expected.reply.status);
+        }
+        const std::unique_ptr<QNetworkReply, LaterDeleter> token(
+            m_session.get(QNetworkRequest(sandbox.appleMusic().tokenURL())));
+        QSignalSpy tokenFinished(token.get(), &QNetworkReply::finished);
+        QVERIFY(tokenFinished.wait(10'000));
+        const MusicDecision musicExpected = twin.nextMusicReply();
+        if (musicExpected.kind != Chaos::MusicReply::normal)
+            QCOMPARE(token->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(), musicExpected.reply.status);
+
+        const QList<QByteArray> lines = log.data().trimmed().split('\n');
+        QCOMPARE(lines.size(), polls + 1);
+        Chaos again(seed);
+        double previous = start;
+        for (int line = 0; line < lines.size(); ++line) {
+            const QList<QByteArray> fields = lines.at(line).split(' ');
+            QCOMPARE(fields.size(), 4);
+            const double at = fields.at(0).toDouble();
+            QVERIFY(at >= previous - 0.001);
+            previous = at;
+            if (line == polls) {
+                QCOMPARE(fields.at(1), QByteArray("music:token"));
+                QCOMPARE(fields.at(2), Chaos::nameOf(musicExpected.kind));
+                continue;
+            }
+            const StationDecision expected = again.nextStationReply(sandbox.station().liveDocument());
+            QCOMPARE(fields.at(1), QByteArray("station"));
+            QCOMPARE(fields.at(2), Chaos::nameOf(expected.kind));
+            QCOMPARE(fields.at(3).toLongLong(), static_cast<qint64>(expected.reply.delay.count()));
+        }
     }
 
     void executableRunsProgramInItsEnvironment_data()

@@ -1,0 +1,151 @@
+#include "Chaos.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <array>
+#include <chrono>
+
+namespace airnote::sandbox {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr double calmFailureChance = 0.15;
+constexpr double stormFailureChance = 0.9;
+constexpr double stormStartChance = 0.12;
+constexpr double stormEndChance = 0.3;
+constexpr double slowDocumentChance = 0.15;
+constexpr double musicFailureChance = 0.25;
+// Slow, yet far below the 60 s after which the app's session gives up.
+constexpr std::chrono::milliseconds quickestSlowReply = 1500ms;
+constexpr std::chrono::milliseconds slowestSlowReply = 4000ms;
+
+constexpr quint32 stationStream = 1;
+constexpr quint32 musicStream = 2;
+
+template<typename Kind>
+struct Weighted
+{
+    Kind kind;
+    int weight;
+};
+
+// A hang costs the poller a full transfer timeout, so it stays rare.
+constexpr std::array stationFailures{
+    Weighted{Chaos::StationReply::serverError, 6}, Weighted{Chaos::StationReply::notFound, 4},
+    Weighted{Chaos::StationReply::garbage, 4},     Weighted{Chaos::StationReply::withoutNow, 5},
+    Weighted{Chaos::StationReply::hang, 1},
+};
+
+constexpr std::array musicFailures{
+    Weighted{Chaos::MusicReply::serverError, 1}, Weighted{Chaos::MusicReply::unavailable, 1},
+    Weighted{Chaos::MusicReply::notFound, 1},    Weighted{Chaos::MusicReply::garbage, 1},
+    Weighted{Chaos::MusicReply::slowUnavailable, 1},
+};
+
+QRandomGenerator stream(quint32 seed, quint32 name)
+{
+    const quint32 words[] = {seed, name};
+    return QRandomGenerator(words);
+}
+
+bool chance(QRandomGenerator &random, double probability)
+{
+    return random.generateDouble() < probability;
+}
+
+template<typename Kind, std::size_t count>
+Kind pick(QRandomGenerator &random, const std::array<Weighted<Kind>, count> &table)
+{
+    int total = 0;
+    for (const Weighted<Kind> &entry : table)
+        total += entry.weight;
+    int drawn = random.bounded(total);
+    for (const Weighted<Kind> &entry : table) {
+        if (drawn < entry.weight)
+            return entry.kind;
+        drawn -= entry.weight;
+    }
+    Q_UNREACHABLE();
+}
+
+fakes::HttpReply slowed(fakes::HttpReply reply, QRandomGenerator &random)
+{
+    reply.delay = std::chrono::milliseconds(random.bounded(static_cast<int>(quickestSlowReply.count()),
+                                                           static_cast<int>(slowestSlowReply.count()) + 1));
+    return reply;
+}
+
+QByteArray withoutNow(const QByteArray &liveDocument)
+{
+    QJsonObject document = QJsonDocument::fromJson(liveDocument).object();
+    document.remove(QStringLiteral("now"));
+    return QJsonDocument(document).toJson(QJsonDocument::Compact);
+}
+
+} // namespace
+
+Chaos::Chaos(quint32 seed)
+    : m_station(stream(seed, stationStream))
+    , m_music(stream(seed, musicStream))
+{
+}
+
+Chaos::Decision<Chaos::StationReply> Chaos::nextStationReply(const QByteArray &liveDocument)
+{
+    const StationReply kind = nextStationKind();
+    switch (kind) {
+    case StationReply::document:
+        return {kind, fakes::HttpReply::json(200, liveDocument)};
+    case StationReply::slowDocument:
+        return {kind, slowed(fakes::HttpReply::json(200, liveDocument), m_station)};
+    case StationReply::serverError:
+        return {kind, fakes::HttpReply::text(500, "internal server error")};
+    case StationReply::notFound:
+        return {kind, fakes::HttpReply::text(404, "not found")};
+    case StationReply::garbage:
+        // Cut anywhere before its end, a JSON object never closes.
+        return {kind, fakes::HttpReply::json(200, liveDocument.left(m_station.bounded(static_cast<int>(liveDocument.size()))))};
+    case StationReply::withoutNow:
+        return {kind, fakes::HttpReply::json(200, withoutNow(liveDocument))};
+    case StationReply::hang:
+        return {kind, fakes::HttpReply::hangForever()};
+    }
+    Q_UNREACHABLE();
+}
+
+Chaos::Decision<Chaos::MusicReply> Chaos::nextMusicReply()
+{
+    if (!chance(m_music, musicFailureChance))
+        return {MusicReply::normal, {}};
+    const MusicReply kind = pick(m_music, musicFailures);
+    switch (kind) {
+    case MusicReply::normal:
+        break;
+    case MusicReply::serverError:
+        return {kind, fakes::HttpReply::text(500, "internal server error")};
+    case MusicReply::unavailable:
+        return {kind, fakes::HttpReply::text(503, "service unavailable")};
+    case MusicReply::notFound:
+        return {kind, fakes::HttpReply::json(404, R"({"errors":[{"status":"404","title":"Not Found"}]})")};
+    case MusicReply::garbage:
+        return {kind, fakes::HttpReply::json(200, R"({"data":[{"id":")")};
+    case MusicReply::slowUnavailable:
+        return {kind, slowed(fakes::HttpReply::text(503, "service unavailable"), m_music)};
+    }
+    Q_UNREACHABLE();
+}
+
+Chaos::StationReply Chaos::nextStationKind()
+{
+    const bool fails = chance(m_station, m_stormy ? stormFailureChance : calmFailureChance);
+    const StationReply kind = fails                                    ? pick(m_station, stationFailures)
+                              : chance(m_station, slowDocumentChance) ? StationReply::slowDocument
+                                                                       : StationReply::document;
+    m_stormy = chance(m_station, m_stormy ? 1.0 - stormEndChance : stormStartChance);
+    return kind;
+}
+
+} // namespace airnote::sandbox

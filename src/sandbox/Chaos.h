@@ -1,0 +1,55 @@
+#pragma once
+
+#include "fakes/LoopbackHttpServer.h"
+
+#include <QByteArray>
+#include <QMetaEnum>
+#include <QObject>
+#include <QRandomGenerator>
+
+namespace airnote::sandbox {
+
+// Misbehaving services for soak runs, decided from a seed: one seed always
+// gives the same replies in the same order. The station and Apple Music draw
+// from separate streams, so what the listener does to one leaves the other's
+// schedule alone. The station goes through calm spells and storms, so that
+// failures come in streaks long enough to stretch the poller's waits.
+class Chaos
+{
+    Q_GADGET
+
+public:
+    enum class StationReply { document, slowDocument, serverError, notFound, garbage, withoutNow, hang };
+    Q_ENUM(StationReply)
+    enum class MusicReply { normal, serverError, unavailable, notFound, garbage, slowUnavailable };
+    Q_ENUM(MusicReply)
+
+    template<typename Kind>
+    struct Decision
+    {
+        Kind kind;
+        fakes::HttpReply reply;
+    };
+
+    explicit Chaos(quint32 seed);
+
+    // liveDocument: what a healthy station would answer now.
+    Decision<StationReply> nextStationReply(const QByteArray &liveDocument);
+    // For normal, the fake's own answer stands and the reply is unused.
+    Decision<MusicReply> nextMusicReply();
+
+    template<typename Kind>
+    static QByteArray nameOf(Kind kind)
+    {
+        return QMetaEnum::fromType<Kind>().valueToKey(static_cast<int>(kind));
+    }
+
+private:
+    StationReply nextStationKind();
+
+    QRandomGenerator m_station;
+    QRandomGenerator m_music;
+    bool m_stormy = false;
+};
+
+} // namespace airnote::sandbox
