@@ -5,11 +5,11 @@
 
 #include <QCoroTask>
 #include <QFile>
+#include <QScopeGuard>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QProcess>
 #include <QRandomGenerator>
-#include <QRegularExpression>
 #include <QSet>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -19,7 +19,6 @@
 #include <memory>
 #include <optional>
 #include <sys/resource.h>
-#include <unistd.h>
 #include <variant>
 #include <vector>
 
@@ -32,36 +31,14 @@ namespace {
 
 const QDateTime recordedAt(QDate(2024, 5, 1), QTime(12, 34, 56), Qt::UTC);
 
-struct RecordFields
-{
-    QUuid id = QUuid::createUuid();
-    QDateTime timestamp = recordedAt;
-    QString fipArtist = u"Chloé Martin & Lou"_s;
-    QString fipTitle = u"Night Drive"_s;
-    std::optional<QString> fipAlbum;
-    std::optional<QString> appleSongID = u"1440857781"_s;
-    std::optional<double> confidence = 0.8125;
-    Status status = Status::saved;
-    std::optional<QString> errorMessage;
-
-    CaptureRecord make() const
-    {
-        return CaptureRecord(id, timestamp, fipArtist, fipTitle, fipAlbum, appleSongID, confidence, status,
-                             errorMessage);
-    }
-};
-
 // Filled as the save workflow fills each kind of record.
 CaptureRecord workflowRecord(Status status, QDateTime timestamp = recordedAt, QString artist = u"Chloé Martin & Lou"_s)
 {
-    RecordFields fields{.timestamp = timestamp, .fipArtist = artist, .status = status};
-    if (status == Status::saveFailed)
-        fields.errorMessage = u"réseau : délai dépassé"_s;
-    if (status == Status::noMatch || status == Status::logged) {
-        fields.appleSongID.reset();
-        fields.confidence.reset();
-    }
-    return fields.make();
+    const bool matched = status == Status::saved || status == Status::saveFailed;
+    return CaptureRecord(QUuid::createUuid(), timestamp, artist, u"Night Drive"_s, std::nullopt,
+                         matched ? std::optional(u"1440857781"_s) : std::nullopt,
+                         matched ? std::optional(0.8125) : std::nullopt, status,
+                         status == Status::saveFailed ? std::optional(u"réseau : délai dépassé"_s) : std::nullopt);
 }
 
 // QCoro's waitFor never returns when the task throws: the error is caught in
@@ -70,34 +47,27 @@ template<typename T>
 using Value = std::conditional_t<std::is_void_v<T>, std::monostate, T>;
 
 template<typename T>
-struct Settled
+QCoro::Task<> settle(QCoro::Task<T> task, Value<T> &value, std::exception_ptr &error)
 {
-    Value<T> value{};
-    std::exception_ptr error;
-};
-
-template<typename T>
-QCoro::Task<Settled<T>> settle(QCoro::Task<T> task)
-{
-    Settled<T> settled;
     try {
         if constexpr (std::is_void_v<T>)
             co_await std::move(task);
         else
-            settled.value = co_await std::move(task);
+            value = co_await std::move(task);
     } catch (...) {
-        settled.error = std::current_exception();
+        error = std::current_exception();
     }
-    co_return settled;
 }
 
 template<typename T>
 Value<T> run(QCoro::Task<T> task)
 {
-    Settled<T> settled = QCoro::waitFor(settle(std::move(task)));
-    if (settled.error)
-        std::rethrow_exception(settled.error);
-    return settled.value;
+    Value<T> value{};
+    std::exception_ptr error;
+    QCoro::waitFor(settle(std::move(task), value, error));
+    if (error)
+        std::rethrow_exception(error);
+    return value;
 }
 
 QByteArray contents(const QString &fileName)
@@ -105,49 +75,6 @@ QByteArray contents(const QString &fileName)
     QFile file(fileName);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
-
-void overwrite(const QString &fileName, const QByteArray &bytes)
-{
-    QFile file(fileName);
-    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    QCOMPARE(file.write(bytes), bytes.size());
-}
-
-// Makes every write of the history fail while it lives: a read-only folder,
-// or a file size limit just under the next history's size, which also binds root.
-class WriteFailure
-{
-public:
-    WriteFailure(const QString &directory, bool readOnlyFolder, qint64 fileSizeLimit)
-        : m_directory(directory)
-        , m_readOnlyFolder(readOnlyFolder)
-    {
-        if (m_readOnlyFolder) {
-            QFile::setPermissions(m_directory, QFile::ReadOwner | QFile::ExeOwner);
-            return;
-        }
-        getrlimit(RLIMIT_FSIZE, &m_previousLimit);
-        const rlimit limit{rlim_t(fileSizeLimit), m_previousLimit.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
-        m_previousSignal = std::signal(SIGXFSZ, SIG_IGN);
-    }
-
-    ~WriteFailure()
-    {
-        if (m_readOnlyFolder) {
-            QFile::setPermissions(m_directory, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-            return;
-        }
-        setrlimit(RLIMIT_FSIZE, &m_previousLimit);
-        std::signal(SIGXFSZ, m_previousSignal);
-    }
-
-private:
-    QString m_directory;
-    bool m_readOnlyFolder;
-    rlimit m_previousLimit{};
-    void (*m_previousSignal)(int) = SIG_DFL;
-};
 
 } // namespace
 
@@ -175,8 +102,7 @@ private Q_SLOTS:
         QTest::addColumn<QStringList>("keys");
 
         const QStringList identity{u"fipArtist"_s, u"fipTitle"_s, u"id"_s, u"status"_s, u"timestamp"_s};
-        QTest::newRow("saved") << Status::saved << u"saved"_s
-                               << QStringList{u"appleSongID"_s, u"confidence"_s} + identity;
+        QTest::newRow("saved") << Status::saved << u"saved"_s << QStringList{u"appleSongID"_s, u"confidence"_s} + identity;
         QTest::newRow("save failed") << Status::saveFailed << u"save_failed"_s
                                      << QStringList{u"appleSongID"_s, u"confidence"_s, u"errorMessage"_s} + identity;
         QTest::newRow("no match") << Status::noMatch << u"no_match"_s << identity;
@@ -197,7 +123,6 @@ private Q_SLOTS:
         QCOMPARE(json.keys(), keys);
         QCOMPARE(json[u"status"_s].toString(), form);
         QCOMPARE(json[u"timestamp"_s].toString(), u"2024-05-01T12:34:56Z"_s);
-        QVERIFY(QUuid::fromString(json[u"id"_s].toString()) == record.id());
         QCOMPARE(json[u"id"_s].toString(), json[u"id"_s].toString().toUpper());
         QCOMPARE(CaptureRecord::fromJson(json), record);
     }
@@ -207,13 +132,8 @@ private Q_SLOTS:
         QTest::addColumn<QJsonObject>("json");
         QTest::addColumn<QJsonObject>("reencoded");
 
-        const QJsonObject sample{
-            {u"id"_s, u"0F8FAD5B-D9CB-469F-A165-70867728950E"_s},
-            {u"timestamp"_s, u"2024-05-01T12:34:56Z"_s},
-            {u"fipArtist"_s, u"Chloé Martin"_s},
-            {u"fipTitle"_s, u"Night Drive"_s},
-            {u"status"_s, u"saved"_s},
-        };
+        const QJsonObject sample = QJsonDocument::fromJson(R"({"id": "0F8FAD5B-D9CB-469F-A165-70867728950E", )"
+            R"("timestamp": "2024-05-01T12:34:56Z", "fipArtist": "Chloé Martin", "fipTitle": "Night Drive", "status": "saved"})").object();
         // An undefined value removes the key.
         const auto with = [&sample](std::initializer_list<std::pair<QString, QJsonValue>> changes) {
             QJsonObject json = sample;
@@ -224,24 +144,15 @@ private Q_SLOTS:
         const QJsonObject refused;
 
         QTest::newRow("lower-case id") << with({{u"id"_s, u"0f8fad5b-d9cb-469f-a165-70867728950e"_s}}) << sample;
-        QTest::newRow("null optionals") << with({{u"fipAlbum"_s, QJsonValue::Null},
-                                                 {u"appleSongID"_s, QJsonValue::Null},
-                                                 {u"confidence"_s, QJsonValue::Null},
-                                                 {u"errorMessage"_s, QJsonValue::Null}})
-                                        << sample;
+        QTest::newRow("null optionals") << with({{u"fipAlbum"_s, QJsonValue::Null}, {u"confidence"_s, QJsonValue::Null}}) << sample;
         QTest::newRow("unknown key") << with({{u"mood"_s, u"calme"_s}}) << sample;
-        QTest::newRow("integer confidence") << with({{u"confidence"_s, 1}}) << with({{u"confidence"_s, 1.0}});
-        QTest::newRow("album") << with({{u"fipAlbum"_s, u"Blue Hour"_s}}) << with({{u"fipAlbum"_s, u"Blue Hour"_s}});
 
         QTest::newRow("capitalised status") << with({{u"status"_s, u"Saved"_s}}) << refused;
-        QTest::newRow("unknown status") << with({{u"status"_s, u"unknown"_s}}) << refused;
         QTest::newRow("missing status") << with({{u"status"_s, QJsonValue::Undefined}}) << refused;
         QTest::newRow("fractional seconds") << with({{u"timestamp"_s, u"2024-05-01T12:34:56.5Z"_s}}) << refused;
-        QTest::newRow("offset instead of Z") << with({{u"timestamp"_s, u"2024-05-01T14:34:56+02:00"_s}}) << refused;
         QTest::newRow("impossible date") << with({{u"timestamp"_s, u"2024-02-30T12:34:56Z"_s}}) << refused;
         QTest::newRow("id in braces") << with({{u"id"_s, u"{0F8FAD5B-D9CB-469F-A165-70867728950E}"_s}}) << refused;
         QTest::newRow("null title") << with({{u"fipTitle"_s, QJsonValue::Null}}) << refused;
-        QTest::newRow("numeric artist") << with({{u"fipArtist"_s, 42}}) << refused;
         QTest::newRow("confidence as text") << with({{u"confidence"_s, u"0.8"_s}}) << refused;
         QTest::newRow("album as array") << with({{u"fipAlbum"_s, QJsonArray{u"Blue Hour"_s}}}) << refused;
     }
@@ -257,60 +168,19 @@ private Q_SLOTS:
             QCOMPARE(CaptureRecord::fromJson(json).toJson(), reencoded);
     }
 
-    void equality_data()
-    {
-        QTest::addColumn<CaptureRecord>("first");
-        QTest::addColumn<CaptureRecord>("second");
-        QTest::addColumn<bool>("equal");
-
-        const RecordFields fields;
-        RecordFields change = fields;
-        QTest::newRow("same fields") << fields.make() << change.make() << true;
-        change.timestamp = fields.timestamp.addMSecs(700);
-        QTest::newRow("same second") << fields.make() << change.make() << true;
-        change = fields;
-        change.confidence.reset();
-        QTest::newRow("confidence absent") << fields.make() << change.make() << false;
-        change = fields;
-        change.status = Status::saveFailed;
-        QTest::newRow("same id, other status") << fields.make() << change.make() << false;
-        change = fields;
-        change.fipAlbum = QString();
-        QTest::newRow("empty album") << fields.make() << change.make() << false;
-        change = fields;
-        change.errorMessage = u"réseau"_s;
-        QTest::newRow("error message") << fields.make() << change.make() << false;
-    }
-
-    void equality()
-    {
-        QFETCH(CaptureRecord, first);
-        QFETCH(CaptureRecord, second);
-        QFETCH(bool, equal);
-
-        QCOMPARE(first == second, equal);
-    }
-
     void firstRunCreatesFolderAndAppendsInOrder()
     {
         const QString directory = m_directory->filePath(u"share/Airnote"_s);
         CaptureStore store(directory, clock());
         QVERIFY(QFileInfo(directory).isDir());
-        QCOMPARE(run(store.loadAll()), Records());
-        QVERIFY(!QFile::exists(store.fileName()));
 
-        const RecordFields everything{.fipArtist = u"L'\"Orchestre\" \\ Été\t\u0001"_s,
-                                      .fipAlbum = u"Blue Hour"_s,
-                                      .confidence = 1,
-                                      .status = Status::saveFailed,
-                                      .errorMessage = u"réseau :\nhôte introuvable"_s};
-        const Records records{workflowRecord(Status::noMatch), everything.make(), workflowRecord(Status::saved)};
+        const CaptureRecord everything(QUuid::createUuid(), recordedAt, u"L'\"Orchestre\" \\ Été\t\u0001"_s, u"Night Drive"_s,
+                                       u"Blue Hour"_s, u"1440857781"_s, 1, Status::saveFailed, u"réseau :\nhôte introuvable"_s);
+        const Records records{workflowRecord(Status::noMatch), everything, workflowRecord(Status::saved)};
         for (const CaptureRecord &record : records)
             run(store.append(record));
 
-        QCOMPARE(run(store.loadAll()), records);
         QCOMPARE(run(CaptureStore(directory).loadAll()), records);
-
         // Pretty-printed with sorted keys, as Qt's own writer does it.
         QJsonArray array;
         for (const CaptureRecord &record : records)
@@ -328,13 +198,7 @@ private Q_SLOTS:
 
         const QString artist = u"Chloé Martin & Lou"_s;
         const QString title = u"Night Drive"_s;
-        QTest::newRow("same text") << Status::saved << artist << title << 10 << true;
-        QTest::newRow("letter case") << Status::saved << u"CHLOÉ MARTIN & LOU"_s << u"night drive"_s << 10 << true;
-        QTest::newRow("diacritics") << Status::saved << u"Chloe Martin & Lou"_s << title << 10 << true;
-        QTest::newRow("punctuation") << Status::saved << u"Chloé Martin / Lou."_s << u"Night Drive!"_s << 10 << true;
-        QTest::newRow("blanks") << Status::saved << u"  Chloé   Martin & Lou "_s << u"Night\tDrive "_s << 10 << true;
-        QTest::newRow("featuring") << Status::saved << artist << u"Night Drive (feat. Lou Vega)"_s << 10 << true;
-        QTest::newRow("live") << Status::saved << artist << u"Night Drive [Live at the Olympia]"_s << 10 << true;
+        QTest::newRow("normalized text") << Status::saved << u" CHLOE  Martin / Lou."_s << u"night drive (feat. Lou Vega)"_s << 10 << true;
         QTest::newRow("at 300 s") << Status::saved << artist << title << 300 << true;
         QTest::newRow("at 301 s") << Status::saved << artist << title << 301 << false;
         QTest::newRow("other title") << Status::saved << artist << u"Night Fever"_s << 10 << false;
@@ -353,28 +217,13 @@ private Q_SLOTS:
         QFETCH(bool, found);
 
         CaptureStore store(m_directory->path(), clock());
+        // An older save of the same song, out of the window, must not hide the one in it.
+        run(store.append(workflowRecord(Status::saved, recordedAt.addSecs(-400))));
         const CaptureRecord record = workflowRecord(stored);
         run(store.append(record));
         m_now = recordedAt.addSecs(age);
 
-        const std::optional<CaptureRecord> recent = run(store.recentSave(artist, title, 300));
-        QCOMPARE(recent.has_value(), found);
-        if (found)
-            QCOMPARE(*recent, record);
-    }
-
-    void recentSaveReturnsOldestInSpan()
-    {
-        CaptureStore store(m_directory->path(), clock());
-        m_now = recordedAt.addSecs(400);
-        const Records records{workflowRecord(Status::saved, recordedAt),
-                              workflowRecord(Status::noMatch, recordedAt.addSecs(150)),
-                              workflowRecord(Status::saved, recordedAt.addSecs(200)),
-                              workflowRecord(Status::saved, recordedAt.addSecs(300))};
-        for (const CaptureRecord &record : records)
-            run(store.append(record));
-
-        QCOMPARE(run(store.recentSave(u"Chloé Martin & Lou"_s, u"Night Drive"_s, 300)), records[2]);
+        QCOMPARE(run(store.recentSave(artist, title, 300)), found ? std::optional(record) : std::nullopt);
     }
 
     void unreadableHistoryIsNeverRepaired_data()
@@ -394,12 +243,13 @@ private Q_SLOTS:
         QFETCH(QByteArray, bytes);
 
         CaptureStore store(m_directory->path(), clock());
-        overwrite(store.fileName(), bytes);
+        QFile file(store.fileName());
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
+        file.close();
 
         QVERIFY_THROWS_EXCEPTION(JsonError, run(store.loadAll()));
         QVERIFY_THROWS_EXCEPTION(JsonError, run(store.recentSave(u"Chloé Martin & Lou"_s, u"Night Drive"_s, 300)));
         QVERIFY_THROWS_EXCEPTION(JsonError, run(store.append(workflowRecord(Status::saved))));
-        QVERIFY_THROWS_EXCEPTION(JsonError, run(store.loadAll()));
         QCOMPARE(contents(store.fileName()), bytes);
 
         // Every call went back to the file, so a repaired file is read at once.
@@ -413,7 +263,6 @@ private Q_SLOTS:
         CaptureStore store(m_directory->path(), clock());
         const Records kept{workflowRecord(Status::saved), workflowRecord(Status::saved, recordedAt.addSecs(5))};
         CaptureFile(store.fileName()).write({kept[0]});
-        QCOMPARE(run(store.loadAll()), Records{kept[0]});
         run(store.append(kept[1]));
 
         const CaptureRecord replacement = workflowRecord(Status::noMatch, recordedAt, u"Mira & Sol"_s);
@@ -423,37 +272,29 @@ private Q_SLOTS:
 
         const CaptureRecord appended = workflowRecord(Status::saved, recordedAt.addSecs(9));
         run(store.append(appended));
-        QCOMPARE(CaptureFile(store.fileName()).read(), (Records{replacement, appended}));
         QCOMPARE(run(store.loadAll()), (Records{replacement, appended}));
-    }
-
-    void writeFailureKeepsFileButNotMemory_data()
-    {
-        QTest::addColumn<bool>("readOnlyFolder");
-
-        QTest::newRow("read-only folder") << true;
-        QTest::newRow("file size limit") << false;
     }
 
     void writeFailureKeepsFileButNotMemory()
     {
-        QFETCH(bool, readOnlyFolder);
-        if (readOnlyFolder && geteuid() == 0)
-            QSKIP("running as root, whom folder permissions do not stop; the file size limit row covers it");
-
         CaptureStore store(m_directory->path(), clock());
         const Records records{workflowRecord(Status::saved, recordedAt),
                               workflowRecord(Status::saveFailed, recordedAt.addSecs(1)),
                               workflowRecord(Status::noMatch, recordedAt.addSecs(2))};
         run(store.append(records[0]));
         const QByteArray before = contents(store.fileName());
-
-        try {
-            const WriteFailure failure(m_directory->path(), readOnlyFolder, before.size());
-            run(store.append(records[1]));
-            QFAIL("the append wrote through the blocked write");
-        } catch (const FileError &error) {
-            QVERIFY(!error.localizedDescription().isEmpty());
+        {
+            // A file size limit just under the next history's size binds root too, unlike permissions.
+            rlimit previous{};
+            getrlimit(RLIMIT_FSIZE, &previous);
+            const rlimit limit{rlim_t(before.size()), previous.rlim_max};
+            setrlimit(RLIMIT_FSIZE, &limit);
+            const auto previousSignal = std::signal(SIGXFSZ, SIG_IGN);
+            const auto restore = qScopeGuard([&] {
+                setrlimit(RLIMIT_FSIZE, &previous);
+                std::signal(SIGXFSZ, previousSignal);
+            });
+            QVERIFY_THROWS_EXCEPTION(FileError, run(store.append(records[1])));
         }
 
         QCOMPARE(contents(store.fileName()), before);
@@ -462,44 +303,30 @@ private Q_SLOTS:
         QCOMPARE(run(store.loadAll()), (Records{records[0], records[2]}));
     }
 
-    void concurrentAppendsLandInCallOrder()
+    void appendsLandInCallOrderBeforeTheStoreCloses()
     {
-        CaptureStore store(m_directory->path(), clock());
         Records records;
         std::vector<QCoro::Task<void>> appends;
         std::optional<QCoro::Task<Records>> halfway;
-        for (int caller = 0; caller < 50; ++caller) {
-            records.append(workflowRecord(Status::saved, recordedAt.addSecs(caller), u"Artiste %1"_s.arg(caller)));
-            appends.push_back(store.append(records.last()));
-            if (caller == 24)
-                halfway.emplace(store.loadAll());
-        }
-        for (QCoro::Task<void> &append : appends)
-            run(std::move(append));
-
-        QCOMPARE(run(std::move(*halfway)), records.first(25));
-        QCOMPARE(run(store.loadAll()), records);
-        QCOMPARE(CaptureFile(store.fileName()).read(), records);
-    }
-
-    void destroyingTheStoreFinishesItsAppends()
-    {
-        Records records;
         {
             CaptureStore store(m_directory->path(), clock());
-            for (int caller = 0; caller < 5; ++caller) {
-                records.append(workflowRecord(Status::saved, recordedAt.addSecs(caller)));
-                store.append(records.last());
+            for (int caller = 0; caller < 50; ++caller) {
+                records.append(workflowRecord(Status::saved, recordedAt.addSecs(caller), u"Artiste %1"_s.arg(caller)));
+                appends.push_back(store.append(records.last()));
+                if (caller == 24)
+                    halfway.emplace(store.loadAll());
             }
         }
         QCOMPARE(CaptureFile(m_directory->filePath(u"captures.json"_s)).read(), records);
+
         // The callers' coroutines resume after the store is gone.
-        QCoreApplication::processEvents();
+        for (QCoro::Task<void> &append : appends)
+            run(std::move(append));
+        QCOMPARE(run(std::move(*halfway)), records.first(25));
     }
 
     void killedAppenderLeavesAWholeHistory()
     {
-        const QString fileName = m_directory->filePath(u"captures.json"_s);
         QStringList returned;
         for (int kill = 1; kill <= 200; ++kill) {
             QProcess appender;
@@ -510,17 +337,13 @@ private Q_SLOTS:
             appender.kill();
             QVERIFY(appender.waitForFinished());
 
-            QStringList lines = QString::fromLatin1(appender.readAllStandardOutput()).split(u'\n');
-            lines.removeLast(); // empty, or a line cut by the kill
-            returned += lines;
+            returned += QString::fromLatin1(appender.readAllStandardOutput()).split(u'\n');
+            returned.removeLast(); // empty, or a line cut by the kill
 
+            // A broken history throws here, and QTest reports it.
             QSet<QString> stored;
-            try {
-                for (const CaptureRecord &record : CaptureFile(fileName).read())
-                    stored.insert(record.idText());
-            } catch (const Error &error) {
-                QFAIL(qPrintable(u"kill %1 left a broken history: %2"_s.arg(kill).arg(error.localizedDescription())));
-            }
+            for (const CaptureRecord &record : CaptureFile(m_directory->filePath(u"captures.json"_s)).read())
+                stored.insert(record.idText());
             for (const QString &id : std::as_const(returned))
                 QVERIFY2(stored.contains(id), qPrintable(u"kill %1 lost %2"_s.arg(kill).arg(id)));
         }
