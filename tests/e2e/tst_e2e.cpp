@@ -1,0 +1,115 @@
+#include "fakes/FakeAppleMusic.h"
+#include "fakes/FakeStation.h"
+#include "history/CaptureRecord.h"
+
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace airnote;
+using namespace airnote::fakes;
+using namespace Qt::StringLiterals;
+using Endpoint = FakeAppleMusic::Endpoint;
+
+// The real binary, started as a listener would, against the loopback fakes:
+// a desktop shortcut runs `airnote --save`, the listener confirms with Return.
+class EndToEndTest : public QObject
+{
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_home;
+    QProcessEnvironment m_environment;
+
+    QProcess *startAirnote(const QStringList &arguments)
+    {
+        auto *process = new QProcess(this);
+        process->setProcessEnvironment(m_environment);
+        process->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        process->start(QStringLiteral(AIRNOTE_BINARY), arguments);
+        return process;
+    }
+
+    // Keys go through the X server, as the listener's would.
+    static void pressReturnIn(const QString &windowName)
+    {
+        QProcess::execute(u"xdotool"_s, {u"search"_s, u"--onlyvisible"_s, u"--name"_s, u"^"_s + windowName + u"$"_s,
+                                          u"windowfocus"_s, u"--sync"_s, u"key"_s, u"Return"_s});
+    }
+
+private Q_SLOTS:
+    void cleanup()
+    {
+        // A failed check must not leave a program running behind the test.
+        for (QProcess *process : findChildren<QProcess *>()) {
+            process->kill();
+            process->waitForFinished();
+        }
+    }
+
+    void initTestCase()
+    {
+        if (QStandardPaths::findExecutable(u"xdotool"_s).isEmpty())
+            QSKIP("xdotool is not installed (scripts/install-deps installs it)");
+        if (qEnvironmentVariableIsEmpty("DISPLAY"))
+            QSKIP("needs an X display (ctest runs this test under xvfb-run)");
+    }
+
+    void savesFromTheCommandLineAndConfirmsWithReturn()
+    {
+        FakeStation station({{u"Harbour Lights"_s, u"Mira & Sol"_s, u"5e0c2c1a"_s, std::nullopt}});
+        FakeAppleMusic music({FakeAppleMusic::songResource(u"1712000001"_s, u"Harbour Lights"_s, u"Mira & Sol"_s)});
+        QVERIFY(station.listen());
+        QVERIFY(music.listen());
+
+        m_environment = QProcessEnvironment::systemEnvironment();
+        m_environment.insert(u"AIRNOTE_STATION_URL"_s, station.liveURL().toString());
+        m_environment.insert(u"AIRNOTE_IMAGE_BASE"_s, station.imageBase().toString());
+        m_environment.insert(u"AIRNOTE_TOKEN_URL"_s, music.tokenURL().toString());
+        m_environment.insert(u"AIRNOTE_MUSIC_API_BASE"_s, music.apiBase().toString());
+        m_environment.insert(u"AIRNOTE_MUSIC_USER_TOKEN"_s, music.musicUserToken());
+        m_environment.insert(u"XDG_DATA_HOME"_s, m_home.filePath(u"data"_s));
+        m_environment.insert(u"XDG_CONFIG_HOME"_s, m_home.filePath(u"config"_s));
+        m_environment.insert(u"XDG_RUNTIME_DIR"_s, m_home.path());
+
+        QProcess *airnote = startAirnote({u"--windowed"_s});
+        QVERIFY(airnote->waitForStarted());
+        QTRY_VERIFY_WITH_TIMEOUT(!station.server().requests().isEmpty(), 20000);
+
+        QProcess *shortcut = startAirnote({u"--save"_s});
+        QVERIFY(shortcut->waitForFinished(20000));
+        QCOMPARE(shortcut->exitCode(), 0);
+        QTRY_VERIFY_WITH_TIMEOUT(!music.requestsTo(Endpoint::catalogSearch).isEmpty(), 20000);
+
+        // The preview shows once the search reply is in; Return before that does nothing.
+        for (int attempt = 0; attempt < 40 && music.library().isEmpty(); ++attempt) {
+            pressReturnIn(u"Airnote"_s);
+            QTest::qWait(250);
+        }
+        QCOMPARE(music.library(), QStringList{u"1712000001"_s});
+        QCOMPARE(music.requestsTo(Endpoint::libraryAddition).size(), 1);
+        QTRY_COMPARE_WITH_TIMEOUT(music.requestsTo(Endpoint::trackAddition).size(), 1, 20000);
+
+        QFile history(m_home.filePath(u"data/Airnote/captures.json"_s));
+        QTRY_VERIFY_WITH_TIMEOUT(history.exists(), 20000);
+        QVERIFY(history.open(QIODevice::ReadOnly));
+        const QJsonArray records = QJsonDocument::fromJson(history.readAll()).array();
+        QCOMPARE(records.size(), 1);
+        const CaptureRecord record = CaptureRecord::fromJson(records.first());
+        QCOMPARE(record.status(), CaptureRecord::Status::saved);
+        QCOMPARE(record.appleSongID(), std::optional(u"1712000001"_s));
+        QCOMPARE(record.fipTitle(), u"Harbour Lights"_s);
+
+        QProcess *quit = startAirnote({u"--quit"_s});
+        QVERIFY(quit->waitForFinished(20000));
+        QVERIFY(airnote->waitForFinished(20000));
+        QCOMPARE(airnote->exitCode(), 0);
+    }
+};
+
+QTEST_GUILESS_MAIN(EndToEndTest)
+#include "tst_e2e.moc"
