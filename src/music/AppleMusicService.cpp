@@ -174,7 +174,9 @@ QCoro::Task<WebResponse> AppleMusicService::requestDeveloperToken()
     request.setRawHeader("Accept", "application/json");
     request.setTransferTimeout(static_cast<int>(m_configuration.requestTimeout.count()));
     try {
-        co_return co_await sendRequest(m_session, request, httpGet);
+        // g++ 12 destroys temporaries of a co_await expression twice: name the task first.
+        auto fetching = sendRequest(m_session, request, httpGet);
+        co_return co_await fetching;
     } catch (const NetworkError &error) {
         throw ServiceError::tokenFetchFailed(networkDetail + error.localizedDescription());
     }
@@ -224,7 +226,8 @@ QCoro::Task<QList<Song>> AppleMusicService::searchCatalog(QString term)
     const QString developer = co_await developerToken();
     QNetworkRequest request = apiRequest(QStringLiteral("/v1/catalog/%1/search").arg(storefrontID), searchQuery(term));
     request.setRawHeader("Authorization", bearer(developer));
-    const WebResponse response = co_await sendRequest(m_session, request, httpGet);
+    auto searching = sendRequest(m_session, request, httpGet);
+    const WebResponse response = co_await searching;
     validate(response);
     co_return catalogSongs(response.data);
 }
@@ -237,7 +240,8 @@ QCoro::Task<QString> AppleMusicService::storefront()
     }
     QByteArray reply;
     try {
-        reply = co_await sendValidated(apiRequest(QStringLiteral("/v1/me/storefront")), httpGet);
+        auto asking = sendValidated(apiRequest(QStringLiteral("/v1/me/storefront")), httpGet);
+        reply = co_await asking;
     } catch (const MusicUserTokenProvider::Unavailable &) {
         // Without a listener, the catalog is read in the French storefront, and
         // the question is asked again next time.
@@ -260,7 +264,8 @@ QCoro::Task<> AppleMusicService::addSong(Song song)
 
 QCoro::Task<> AppleMusicService::addToLibrary(QString songID)
 {
-    co_await sendValidated(libraryAdditionRequest(songID), httpPost);
+    auto adding = sendValidated(libraryAdditionRequest(songID), httpPost);
+    co_await adding;
 }
 
 QCoro::Task<> AppleMusicService::addToPlaylist(QString songID)
@@ -268,7 +273,8 @@ QCoro::Task<> AppleMusicService::addToPlaylist(QString songID)
     const QByteArray body = trackBody(songID);
     QString playlist = co_await ensurePlaylist();
     try {
-        co_await sendValidated(trackAdditionRequest(playlist), httpPost, body);
+        auto adding = sendValidated(trackAdditionRequest(playlist), httpPost, body);
+        co_await adding;
         co_return;
     } catch (const ServiceError &error) {
         if (error.kind() != ServiceError::Kind::apiError || error.status() != 404)
@@ -277,7 +283,8 @@ QCoro::Task<> AppleMusicService::addToPlaylist(QString songID)
     // The remembered playlist is gone: resolve it again, once.
     forgetPlaylist();
     playlist = co_await ensurePlaylist();
-    co_await sendValidated(trackAdditionRequest(playlist), httpPost, body);
+    auto retrying = sendValidated(trackAdditionRequest(playlist), httpPost, body);
+    co_await retrying;
 }
 
 QCoro::Task<QString> AppleMusicService::ensurePlaylist()
@@ -290,14 +297,16 @@ QCoro::Task<QString> AppleMusicService::ensurePlaylist()
             throw ConfigurationError(QStringLiteral("L'identifiant de playlist FIP enregistré était invalide ; "
                                                     "il a été effacé, réessayez"));
         }
-        const WebResponse check = co_await sendAuthorized(apiRequest(playlistsPath + u'/' + storedID), httpGet);
+        auto checking = sendAuthorized(apiRequest(playlistsPath + u'/' + storedID), httpGet);
+        const WebResponse check = co_await checking;
         if (check.statusCode == 200)
             co_return storedID;
         forgetPlaylist();
     }
     if (const std::optional<QString> found = co_await findPlaylist(playlistName))
         co_return rememberPlaylist(*found);
-    const QByteArray reply = co_await sendValidated(jsonRequest(playlistsPath), httpPost, playlistCreationBody());
+    auto creating = sendValidated(jsonRequest(playlistsPath), httpPost, playlistCreationBody());
+    const QByteArray reply = co_await creating;
     const std::optional<QString> created = firstResourceID(reply);
     if (!created)
         throw ServiceError::playlistCreateFailed();
@@ -306,7 +315,8 @@ QCoro::Task<QString> AppleMusicService::ensurePlaylist()
 
 QCoro::Task<std::optional<QString>> AppleMusicService::findPlaylist(QString name)
 {
-    const QByteArray reply = co_await sendValidated(playlistListRequest(), httpGet);
+    auto listing = sendValidated(playlistListRequest(), httpGet);
+    const QByteArray reply = co_await listing;
     co_return playlistIDNamed(reply, name);
 }
 
