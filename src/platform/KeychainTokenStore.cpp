@@ -30,7 +30,9 @@ KeychainTokenStore::KeychainTokenStore(std::chrono::milliseconds timeout)
 QCoro::Task<QString> KeychainTokenStore::read()
 {
     auto *job = newJob<QKeychain::ReadPasswordJob>();
-    const QKeychain::Error error = co_await run(job, QStringLiteral("read"));
+    // g++ 12 destroys temporaries of a co_await expression twice: name the task first.
+    auto reading = run(job, QStringLiteral("read"));
+    const QKeychain::Error error = co_await reading;
     const QString token = error == QKeychain::NoError ? job->textData() : QString();
     job->deleteLater();
     co_return token;
@@ -40,14 +42,16 @@ QCoro::Task<> KeychainTokenStore::write(QString token)
 {
     auto *job = newJob<QKeychain::WritePasswordJob>();
     job->setTextData(token);
-    co_await run(job, QStringLiteral("store"));
+    auto storing = run(job, QStringLiteral("store"));
+    co_await storing;
     job->deleteLater();
 }
 
 QCoro::Task<> KeychainTokenStore::remove()
 {
     auto *job = newJob<QKeychain::DeletePasswordJob>();
-    co_await run(job, QStringLiteral("delete"));
+    auto deleting = run(job, QStringLiteral("delete"));
+    co_await deleting;
     job->deleteLater();
 }
 
