@@ -261,6 +261,7 @@ QCoro::Task<> AirnoteApp::runSave()
     m_saveStarting = true;
     std::optional<CaptureRecord> recent;
     try {
+        // g++ 12 destroys temporaries of a co_await expression twice: name the task first.
         auto asking = m_services.store->recentSave(track.artist, track.title, duplicateWindowSeconds);
         recent = co_await asking;
     } catch (const Error &) {

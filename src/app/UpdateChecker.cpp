@@ -11,7 +11,6 @@
 #include <QPointer>
 
 #include <QCoroNetworkReply>
-#include <QCoroSignal>
 
 #include <memory>
 #include <optional>
@@ -44,7 +43,7 @@ UpdateChecker::UpdateChecker(QNetworkAccessManager *network, QUrl feedURL, QStri
     , m_runningVersion(std::move(runningVersion))
 {
     m_timer.setInterval(interval);
-    connect(&m_timer, &QTimer::timeout, this, &UpdateChecker::checkScheduled);
+    connect(&m_timer, &QTimer::timeout, this, &UpdateChecker::startCheck);
 }
 
 UpdateChecker::State UpdateChecker::state() const
@@ -95,28 +94,29 @@ void UpdateChecker::start()
     if (m_feedURL.isEmpty() || m_timer.isActive())
         return;
     m_timer.start();
-    checkScheduled();
+    startCheck();
 }
 
 QCoro::Task<> UpdateChecker::checkForUpdates()
 {
     m_listenerWaiting = true;
-    co_await check();
+    startCheck();
+    // Joined through its task, not through stateChanged(): QCoro 0.8 still delivers
+    // an emission queued before the awaiter resumed, into the freed frame.
+    co_await m_checkInFlight;
 }
 
-void UpdateChecker::checkScheduled()
+void UpdateChecker::startCheck()
 {
-    // Fire and forget: the outcome lands in the properties.
-    check();
+    if (m_checkInFlight.isReady())
+        m_checkInFlight = check();
 }
 
 QCoro::Task<> UpdateChecker::check()
 {
-    if (m_state == State::Checking) {
-        // The next change of state is the end of the check in flight.
-        co_await qCoro(this, &UpdateChecker::stateChanged);
+    // Only a stateChanged() handler starting a check finds one in flight here.
+    if (m_state == State::Checking)
         co_return;
-    }
     if (m_feedURL.isEmpty()) {
         fail(QStringLiteral("aucun flux de mises à jour n'est configuré"));
         co_return;

@@ -62,7 +62,8 @@ Q_SIGNALS:
 private:
     QCoro::Task<> check();
     QCoro::Task<QByteArray> fetchFeed();
-    void checkScheduled();
+    // Starts a check unless one is in flight; its outcome lands in the properties.
+    void startCheck();
     void setResult(State state, QString latestVersion = {}, QUrl downloadURL = {},
                    QUrl releaseNotesURL = {}, QString errorText = {});
     void fail(const QString &detail);
@@ -72,6 +73,7 @@ private:
     QString m_runningVersion;
     QTimer m_timer;
     bool m_listenerWaiting = false;
+    QCoro::Task<> m_checkInFlight;
 
     State m_state = State::Idle;
     QString m_latestVersion;
