@@ -40,3 +40,9 @@ fuzz:
 .PHONY: package
 package: configure
 	cmake --build $(BUILD_DIR) --target package
+
+# Every test under AddressSanitizer and UBSan in build-asan, then the store and
+# poller tests under ThreadSanitizer in build-tsan.
+.PHONY: check-sanitize
+check-sanitize:
+	scripts/check-sanitize
