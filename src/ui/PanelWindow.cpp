@@ -50,10 +50,8 @@ void PanelWindow::showNextTo(QRect anchor)
 {
     if (!anchor.isValid())
         anchor = QRect(QCursor::pos(), QSize(1, 1));
-    QScreen *screen = QGuiApplication::screenAt(anchor.center());
-    if (!screen)
-        screen = QGuiApplication::primaryScreen();
-    setPosition(placement(anchor, size(), screen->availableGeometry()));
+    m_anchor = anchor;
+    placeNextToAnchor(size());
     show();
     raise();
     requestActivate();
@@ -107,6 +105,18 @@ void PanelWindow::followContentSize()
     const QSize contentSize = rootObject()->size().toSize();
     setMinimumSize(contentSize);
     setMaximumSize(contentSize);
+    // The panel opens at its "Chargement…" size and grows when the track comes:
+    // place it again so that it stays on screen next to the icon.
+    if (m_presentation == Presentation::Attached && isVisible())
+        placeNextToAnchor(contentSize);
+}
+
+void PanelWindow::placeNextToAnchor(QSize panelSize)
+{
+    QScreen *screen = QGuiApplication::screenAt(m_anchor.center());
+    if (!screen)
+        screen = QGuiApplication::primaryScreen();
+    setPosition(placement(m_anchor, panelSize, screen->availableGeometry()));
 }
 
 void PanelWindow::hideWhenDeactivated()

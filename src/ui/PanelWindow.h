@@ -39,10 +39,12 @@ protected:
 
 private:
     void followContentSize();
+    void placeNextToAnchor(QSize panelSize);
     void hideWhenDeactivated();
     void showUpdateDialog();
 
     Presentation m_presentation;
+    QRect m_anchor;  // where the panel was last opened
     QElapsedTimer m_sinceHiddenByDeactivation;
     std::unique_ptr<QQuickWindow> m_updateDialog;
 };
