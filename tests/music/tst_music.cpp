@@ -1,3 +1,4 @@
+#include "support/LogCapture.h"
 #include "fakes/FakeAppleMusic.h"
 #include "music/AppleMusicReplies.h"
 #include "music/AppleMusicService.h"
@@ -30,31 +31,9 @@ using namespace std::chrono_literals;
 
 Q_DECLARE_METATYPE(HttpReply)
 
+using airnote::testing::LogCapture;
+
 namespace {
-
-// Every line logged while it lives, as "category: message".
-class LogCapture
-{
-public:
-    LogCapture()
-    {
-        s_lines.clear();
-        s_previous = qInstallMessageHandler(&LogCapture::record);
-    }
-    ~LogCapture() { qInstallMessageHandler(s_previous); }
-    QStringList lines() const { return s_lines; }
-    QStringList music() const { return QStringList(s_lines.filter(musicPrefix)).replaceInStrings(musicPrefix, QString()); }
-
-private:
-    static void record(QtMsgType type, const QMessageLogContext &context, const QString &message)
-    {
-        s_lines.append(QString::fromLatin1(context.category) + QStringLiteral(": ") + message);
-        s_previous(type, context, message);
-    }
-    static inline const QString musicPrefix = QStringLiteral("com.velmorin.Airnote.music: ");
-    static inline QStringList s_lines;
-    static inline QtMessageHandler s_previous = nullptr;
-};
 
 // QCoro::waitFor never returns when the task throws: this runs the event loop
 // until the task ends and rethrows what it threw.
@@ -271,7 +250,7 @@ private Q_SLOTS:
         QCOMPARE(idsOf(matches), (QStringList{"1712000001", "1712000042", "1", "2", "3"}));
         QCOMPARE(matches.first().song.albumTitle, std::optional<QString>("Tides"));
         QCOMPARE(matches.first().song.artworkURL(200, 100), QUrl("https://is1-ssl.mzstatic.com/image/thumb/Music/aa/bb/cc/200x100bb.jpg"));
-        QCOMPARE(log.music(), (QStringList{"search term=Mira & Sol Harbour Lights", "fetching developer token from backend",
+        QCOMPARE(log.messagesOf("com.velmorin.Airnote.music"), (QStringList{"search term=Mira & Sol Harbour Lights", "fetching developer token from backend",
                                            "search returned 14 songs", "returning 5 matches >= 0.5"}));
         const HttpRequest search = m_fake->requestsTo(FakeAppleMusic::Endpoint::catalogSearch).first();
         QCOMPARE(search.path, "/v1/catalog/be/search");
@@ -290,10 +269,10 @@ private Q_SLOTS:
     {
         LogCapture log;
         QCOMPARE(runToEnd(m_service->searchMatches("Nobody", "Nothing")), QList<CatalogMatch>());
-        QCOMPARE(log.music().mid(2), QStringList{"search returned 0 songs"});
+        QCOMPARE(log.messagesOf("com.velmorin.Airnote.music").mid(2), QStringList{"search returned 0 songs"});
         m_fake->replyNext(FakeAppleMusic::Endpoint::catalogSearch, HttpReply::text(500, "boom"));
         QCOMPARE(errorOf(m_service->searchMatches("Nobody", "Nothing")), "API Apple Music erreur 500 : boom");
-        QCOMPARE(log.music().last(), "search throw: API Apple Music erreur 500 : boom");
+        QCOMPARE(log.messagesOf("com.velmorin.Airnote.music").last(), "search throw: API Apple Music erreur 500 : boom");
     }
 
     void searchWithoutUserTokenUsesFrenchStorefront()
@@ -326,7 +305,7 @@ private Q_SLOTS:
         QCOMPARE(error, "Apple Music non autorisé");
         QCOMPARE(m_fake->server().requests().size(), 0);
         if (search)
-            QCOMPARE(log.music(), QStringList{"search blocked: not authorized (status=" + MusicAuthorization::text(status) + ")"});
+            QCOMPARE(log.messagesOf("com.velmorin.Airnote.music"), QStringList{"search blocked: not authorized (status=" + MusicAuthorization::text(status) + ")"});
     }
 
     void developerTokenCache_data()

@@ -1,3 +1,4 @@
+#include "support/LogCapture.h"
 #include "sandbox/Chaos.h"
 #include "sandbox/Sandbox.h"
 #include "sandbox/Scenario.h"
@@ -84,29 +85,6 @@ bool pollSucceeds(const fakes::HttpReply &reply)
 struct LaterDeleter
 {
     void operator()(QObject *object) const { object->deleteLater(); }
-};
-
-// Every "sandbox" line logged while it lives.
-class SandboxLog
-{
-public:
-    SandboxLog()
-    {
-        s_lines.clear();
-        s_previous = qInstallMessageHandler(&SandboxLog::record);
-    }
-    ~SandboxLog() { qInstallMessageHandler(s_previous); }
-    QStringList lines() const { return s_lines; }
-
-private:
-    static void record(QtMsgType type, const QMessageLogContext &context, const QString &message)
-    {
-        if (qstrcmp(context.category, "sandbox") == 0)
-            s_lines.append(message);
-        s_previous(type, context, message);
-    }
-    static inline QStringList s_lines;
-    static inline QtMessageHandler s_previous = nullptr;
 };
 
 } // namespace
@@ -248,7 +226,7 @@ private Q_SLOTS:
 
     void addedSongsLandInLibraryAndFipPlaylist()
     {
-        SandboxLog log;
+        testing::LogCapture log;
         QList<Song> songs;
         for (const int index : {0, 3}) {
             const QList<CatalogMatch> matches = search(trackOnAir(index * period));
@@ -269,7 +247,7 @@ private Q_SLOTS:
             QStringLiteral("added %1 to the library").arg(songs.at(1).id),
             QStringLiteral("added %1 to playlist FIP").arg(songs.at(1).id),
         };
-        QTRY_COMPARE(log.lines(), expected);
+        QTRY_COMPARE(log.messagesOf("sandbox"), expected);
     }
 
     void chaosFollowsItsSeedAlone_data()
