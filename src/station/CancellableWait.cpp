@@ -1,6 +1,6 @@
 #include "CancellableWait.h"
 
-#include <QCoroSignal>
+#include <utility>
 
 namespace airnote {
 
@@ -8,15 +8,16 @@ CancellableWait::CancellableWait(QObject *parent)
     : QObject(parent)
 {
     m_timer.setSingleShot(true);
-    connect(&m_timer, &QTimer::timeout, this, &CancellableWait::ended);
+    connect(&m_timer, &QTimer::timeout, this, [this] {
+        Q_EMIT ended();
+        resumeWaiter();
+    });
 }
 
-QCoro::Task<> CancellableWait::wait(std::chrono::milliseconds duration)
+CancellableWait::Awaiter CancellableWait::wait(std::chrono::milliseconds duration)
 {
     m_timer.start(duration);
-    // QCoro resumes through a queued connection, so an ended() emitted from
-    // inside cancel() never re-enters the caller's stack.
-    co_await qCoro(this, &CancellableWait::ended);
+    return Awaiter(this);
 }
 
 bool CancellableWait::isPending() const
@@ -30,6 +31,23 @@ void CancellableWait::cancel()
         return;
     m_timer.stop();
     Q_EMIT ended();
+    QMetaObject::invokeMethod(this, &CancellableWait::resumeWaiter, Qt::QueuedConnection);
+}
+
+void CancellableWait::finishNow()
+{
+    if (m_timer.isActive()) {
+        m_timer.stop();
+        Q_EMIT ended();
+    }
+    resumeWaiter();
+}
+
+void CancellableWait::resumeWaiter()
+{
+    // Taken first: the waiter may start the next wait before resume() returns.
+    if (const std::coroutine_handle<> waiter = std::exchange(m_waiter, {}))
+        waiter.resume();
 }
 
 } // namespace airnote

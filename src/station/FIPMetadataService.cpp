@@ -29,20 +29,18 @@ NetworkError badServerResponse()
 }
 
 // Throws NetworkError for a failed transfer or a non-2xx answer, ParseError for a bad body.
-QCoro::Task<FIPTrack> fetchTrack(QNetworkAccessManager *session, QUrl documentURL)
+FIPTrack trackFrom(QNetworkReply &reply)
 {
-    const std::unique_ptr<QNetworkReply, ReplyDeleter> reply(session->get(QNetworkRequest(documentURL)));
-    co_await reply.get();
     // An answered status decides first, so a 404 and a 500 read alike instead of
     // carrying Qt's per-status texts.
-    const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
+    const QVariant status = reply.attribute(QNetworkRequest::HttpStatusCodeAttribute);
     if (status.isValid() && (status.toInt() < 200 || status.toInt() > 299))
         throw badServerResponse();
-    if (reply->error() != QNetworkReply::NoError)
-        throw NetworkError(reply->errorString());
+    if (reply.error() != QNetworkReply::NoError)
+        throw NetworkError(reply.errorString());
     if (!status.isValid())  // not an HTTP response
         throw badServerResponse();
-    co_return parsePayload(reply->readAll());
+    return parsePayload(reply.readAll());
 }
 
 } // namespace
@@ -65,6 +63,16 @@ FIPMetadataService::FIPMetadataService(QNetworkAccessManager *session, WakeSourc
     , m_documentURL(std::move(documentURL))
 {
     connect(&m_wait, &CancellableWait::ended, this, &FIPMetadataService::isWaitingChanged);
+}
+
+FIPMetadataService::~FIPMetadataService()
+{
+    // The loop's frames would otherwise stay suspended for good. Both calls
+    // resume the loop before returning, while every member is still alive.
+    m_stopping = true;
+    if (m_reply)
+        m_reply->abort();
+    m_wait.finishNow();
 }
 
 const std::optional<FIPTrack> &FIPMetadataService::current() const
@@ -132,33 +140,32 @@ void FIPMetadataService::setWaitUnit(std::chrono::milliseconds unit)
 
 QCoro::Task<> FIPMetadataService::runLoop()
 {
-    const QPointer<FIPMetadataService> self(this);
     for (;;) {
-        co_await poll();
-        if (!self)
+        auto polling = poll();
+        co_await polling;
+        if (m_stopping)
             co_return;
         const qint64 seconds = pollIntervalSeconds(m_consecutiveFailures);
-        QCoro::Task<> waiting = m_wait.wait(m_waitUnit * seconds);
+        auto waiting = m_wait.wait(m_waitUnit * seconds);
         Q_EMIT isWaitingChanged();
         Q_EMIT waitStarted(seconds);
-        co_await std::move(waiting);
-        if (!self)
+        co_await waiting;
+        if (m_stopping)
             co_return;
     }
 }
 
 QCoro::Task<> FIPMetadataService::poll()
 {
-    const QPointer<FIPMetadataService> self(this);
     publish(m_isFetching, true, &FIPMetadataService::isFetchingChanged);
+    const std::unique_ptr<QNetworkReply, ReplyDeleter> reply(m_session->get(QNetworkRequest(m_documentURL)));
+    m_reply = reply.get();
+    co_await reply.get();
+    if (m_stopping)
+        co_return;
     try {
-        FIPTrack track = co_await fetchTrack(m_session, m_documentURL);
-        if (!self)
-            co_return;
-        recordSuccess(std::move(track));
+        recordSuccess(trackFrom(*reply));
     } catch (const Error &error) {
-        if (!self)
-            co_return;
         recordFailure(error);
     }
     publish(m_isFetching, false, &FIPMetadataService::isFetchingChanged);

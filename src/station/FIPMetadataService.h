@@ -6,6 +6,7 @@
 
 #include <QCoroTask>
 #include <QObject>
+#include <QNetworkReply>
 #include <QPointer>
 #include <QUrl>
 
@@ -36,6 +37,8 @@ class FIPMetadataService : public QObject
 public:
     explicit FIPMetadataService(QNetworkAccessManager *session, WakeSource *wakeSource = nullptr,
                                 QUrl documentURL = liveMetadataURL(), QObject *parent = nullptr);
+    // Ends the loop: aborts the request in flight and the wait between polls.
+    ~FIPMetadataService() override;
 
     const std::optional<FIPTrack> &current() const;
     bool hasCurrent() const;
@@ -81,6 +84,10 @@ private:
     bool m_isFetching = false;
     qint64 m_consecutiveFailures = 0;
     bool m_started = false;
+    // Set while the destructor ends the loop: the loop then returns without
+    // touching anything else.
+    bool m_stopping = false;
+    QPointer<QNetworkReply> m_reply;
     CancellableWait m_wait;
     std::chrono::milliseconds m_waitUnit{1000};
 };

@@ -1,6 +1,7 @@
 #include "fakes/LoopbackHttpServer.h"
 #include "platform/Error.h"
 #include "platform/WakeSource.h"
+#include "station/CancellableWait.h"
 #include "station/FIPMetadataService.h"
 #include "station/FIPTrack.h"
 #include "station/ParseError.h"
@@ -10,6 +11,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QNetworkAccessManager>
+#include <QNetworkReply>
 #include <QRegularExpression>
 #include <QSignalSpy>
 #include <QStandardPaths>
@@ -68,6 +70,13 @@ struct StationRig
     FIPMetadataService service;
     QStringList waits;
 };
+
+QCoro::Task<> awaitWait(CancellableWait *wait, std::chrono::milliseconds duration, bool *resumed)
+{
+    auto waiting = wait->wait(duration);
+    co_await waiting;
+    *resumed = true;
+}
 
 } // namespace
 
@@ -242,6 +251,57 @@ private Q_SLOTS:
         QCOMPARE(waitingChanges.count(), 1);
         QTRY_COMPARE(rig.waits.size(), 2);
         QCOMPARE(rig.server.requests().size(), 2);
+    }
+
+    void waitEndsOnceWhereItShould_data()
+    {
+        QTest::addColumn<QString>("ending");
+        QTest::addColumn<bool>("resumedBeforeReturn");
+
+        // cancel() comes from the panel: the poller must not run inside its call.
+        QTest::newRow("cancel") << u"cancel"_s << false;
+        // finishNow() comes from a destructor: the poller must be done when it returns.
+        QTest::newRow("finish now") << u"finishNow"_s << true;
+        QTest::newRow("timeout") << u"timeout"_s << false;
+    }
+
+    void waitEndsOnceWhereItShould()
+    {
+        QFETCH(QString, ending);
+        QFETCH(bool, resumedBeforeReturn);
+
+        CancellableWait wait;
+        QSignalSpy ended(&wait, &CancellableWait::ended);
+        bool resumed = false;
+        awaitWait(&wait, ending == "timeout"_L1 ? 1ms : 1min, &resumed);
+        QVERIFY(wait.isPending());
+
+        if (ending == "cancel"_L1)
+            wait.cancel();
+        else if (ending == "finishNow"_L1)
+            wait.finishNow();
+        QCOMPARE(resumed, resumedBeforeReturn);
+        QTRY_VERIFY(resumed);
+        QVERIFY(!wait.isPending());
+        wait.cancel();
+        QCOMPARE(ended.count(), 1);
+    }
+
+    void destroyedPollerAbortsItsRequest()
+    {
+        LoopbackHttpServer server;
+        server.setHandler([](const HttpRequest &) { return HttpReply::hangForever(); });
+        QVERIFY(server.listen());
+        QNetworkAccessManager session;
+        QSignalSpy finished(&session, &QNetworkAccessManager::finished);
+        auto service = std::make_unique<FIPMetadataService>(&session, nullptr, server.url(u"/live"_s));
+        service->start();
+        QTRY_COMPARE(server.requests().size(), 1);
+
+        service.reset();
+        QCOMPARE(finished.count(), 1);
+        QCOMPARE(finished.constFirst().constFirst().value<QNetworkReply *>()->error(),
+                 QNetworkReply::OperationCanceledError);
     }
 
     void hangingServerKeepsFetchingUntilTimeout()
