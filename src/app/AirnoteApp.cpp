@@ -14,8 +14,6 @@
 #include <QDateTime>
 #include <QUuid>
 
-#include <qcoro/qcorotimer.h>
-
 namespace airnote {
 
 namespace {
@@ -74,6 +72,9 @@ AirnoteApp::AirnoteApp(Services services, QObject *parent)
             Q_EMIT faceChanged();
         }
     });
+    // A timer rather than a suspended coroutine, so quitting during a hold leaves nothing behind.
+    m_holdTimer.setSingleShot(true);
+    connect(&m_holdTimer, &QTimer::timeout, this, [this] { setSheet(std::nullopt); });
     connect(m_services.updater, &UpdateChecker::resultReady, this, &AirnoteApp::updateCheckFinished);
     m_services.updater->start();
 }
@@ -273,8 +274,7 @@ QCoro::Task<> AirnoteApp::runSave()
 
     if (recent) {
         qCInfo(musicLogger).noquote() << "Duplicate save blocked:" << recent->fipTitle();
-        auto holding = showFor(SheetState::AlreadySaved{track.artist, track.title}, duplicateHoldSeconds);
-        co_await holding;
+        showFor(SheetState::AlreadySaved{track.artist, track.title}, duplicateHoldSeconds);
         co_return;
     }
 
@@ -291,8 +291,7 @@ QCoro::Task<> AirnoteApp::runSave()
         co_return;
     if (failure) {
         qCCritical(musicLogger).noquote() << "Search failed:" << *failure;
-        auto holding = showFor(SheetState::Failure{*failure}, searchFailureHoldSeconds);
-        co_await holding;
+        showFor(SheetState::Failure{*failure}, searchFailureHoldSeconds);
         co_return;
     }
     setSheet(SheetState::Preview{track, matches});
@@ -317,8 +316,7 @@ QCoro::Task<> AirnoteApp::runConfirm(FIPTrack track, CatalogMatch match)
         co_await appending;
         if (!self)
             co_return;
-        auto holding = showFor(SheetState::Success{match.song.artistName, match.song.title}, successHoldSeconds);
-        co_await holding;
+        showFor(SheetState::Success{match.song.artistName, match.song.title}, successHoldSeconds);
         co_return;
     }
     auto appending = appendIgnoringErrors(newRecord(track, CaptureRecord::Status::saveFailed, &match, failure));
@@ -326,8 +324,7 @@ QCoro::Task<> AirnoteApp::runConfirm(FIPTrack track, CatalogMatch match)
     if (!self)
         co_return;
     qCCritical(musicLogger).noquote() << "Save failed:" << *failure;
-    auto holding = showFor(SheetState::Failure{*failure}, saveFailureHoldSeconds);
-    co_await holding;
+    showFor(SheetState::Failure{*failure}, saveFailureHoldSeconds);
 }
 
 QCoro::Task<> AirnoteApp::runLogForLater(FIPTrack track)
@@ -337,8 +334,7 @@ QCoro::Task<> AirnoteApp::runLogForLater(FIPTrack track)
     co_await appending;
     if (!self)
         co_return;
-    auto holding = showFor(SheetState::AlreadySaved{track.artist, track.title}, duplicateHoldSeconds);
-    co_await holding;
+    showFor(SheetState::AlreadySaved{track.artist, track.title}, duplicateHoldSeconds);
 }
 
 QCoro::Task<> AirnoteApp::runLoadHistory()
@@ -372,14 +368,10 @@ QCoro::Task<> AirnoteApp::appendIgnoringErrors(CaptureRecord record)
     }
 }
 
-QCoro::Task<> AirnoteApp::showFor(SheetState state, double seconds)
+void AirnoteApp::showFor(SheetState state, double seconds)
 {
-    QPointer<AirnoteApp> self(this);
     setSheet(std::move(state));
-    const std::chrono::milliseconds hold(qRound64(seconds * m_holdUnit.count()));
-    co_await QCoro::sleepFor(hold);
-    if (self)
-        setSheet(std::nullopt);
+    m_holdTimer.start(std::chrono::milliseconds(qRound64(seconds * m_holdUnit.count())));
 }
 
 void AirnoteApp::setSheet(std::optional<SheetState> sheet)

@@ -10,6 +10,7 @@
 
 #include <QObject>
 #include <QPointer>
+#include <QTimer>
 #include <QVariantList>
 
 #include <qcoro/qcorotask.h>
@@ -110,7 +111,7 @@ private:
     QCoro::Task<> runCheckForUpdates();
     QCoro::Task<> appendIgnoringErrors(CaptureRecord record);
     // Shows state for the given seconds, then clears the sheet whatever it holds.
-    QCoro::Task<> showFor(SheetState state, double seconds);
+    void showFor(SheetState state, double seconds);
 
     void setSheet(std::optional<SheetState> sheet);
     void setShowHistory(bool show);
@@ -122,6 +123,7 @@ private:
     bool m_saveStarting = false;
     QString m_face;
     std::chrono::milliseconds m_holdUnit{1000};
+    QTimer m_holdTimer;
 };
 
 } // namespace airnote
