@@ -4,21 +4,13 @@
 #include <QNetworkReply>
 #include <QPainter>
 #include <QPainterPath>
-#include <QPointer>
 #include <QQmlEngine>
 
-#include <qcoro/qcoronetworkreply.h>
-
-#include <memory>
+#include <utility>
 
 namespace airnote {
 
 namespace {
-
-struct DeleteLater
-{
-    void operator()(QObject *object) const { object->deleteLater(); }
-};
 
 // Maps the image onto the item so that it covers it, aspect ratio kept and
 // centred, the overflow falling outside the item.
@@ -38,6 +30,11 @@ RoundedImage::RoundedImage(QQuickItem *parent)
     connect(this, &RoundedImage::sourceChanged, this, &RoundedImage::reload);
     connect(this, &RoundedImage::radiusChanged, this, &QQuickItem::update);
     connect(this, &RoundedImage::placeholderColorChanged, this, &QQuickItem::update);
+}
+
+RoundedImage::~RoundedImage()
+{
+    abortLoad();
 }
 
 bool RoundedImage::isLoaded() const
@@ -69,10 +66,11 @@ void RoundedImage::componentComplete()
 
 void RoundedImage::reload()
 {
+    abortLoad();
     setImage({});
     // The engine's network access manager is reachable only once the item is complete.
     if (isComponentComplete() && !m_source.isEmpty())
-        load(m_source);
+        load();
 }
 
 void RoundedImage::setImage(const QImage &image)
@@ -84,18 +82,26 @@ void RoundedImage::setImage(const QImage &image)
         Q_EMIT isLoadedChanged();
 }
 
-QCoro::Task<> RoundedImage::load(QUrl source)
+void RoundedImage::load()
 {
     QQmlEngine *engine = qmlEngine(this);
     if (!engine)
-        co_return;
-    QPointer<RoundedImage> self(this);
-    std::unique_ptr<QNetworkReply, DeleteLater> reply(engine->networkAccessManager()->get(QNetworkRequest(source)));
-    co_await reply.get();
-    // A failed load leaves the placeholder, as does an answer for an address no longer shown.
-    if (!self || self->m_source != source || reply->error() != QNetworkReply::NoError)
-        co_return;
-    self->setImage(QImage::fromData(reply->readAll()));
+        return;
+    QNetworkReply *reply = engine->networkAccessManager()->get(QNetworkRequest(m_source));
+    m_reply = reply;
+    connect(reply, &QNetworkReply::finished, reply, &QObject::deleteLater);
+    connect(reply, &QNetworkReply::finished, this, [this, reply] {
+        // A failed load leaves the placeholder, as does an answer for an address no longer shown.
+        if (reply == m_reply && reply->error() == QNetworkReply::NoError)
+            setImage(QImage::fromData(reply->readAll()));
+    });
+}
+
+// The engine owns the reply; an abandoned load stops using the network at once.
+void RoundedImage::abortLoad()
+{
+    if (QPointer<QNetworkReply> reply = std::exchange(m_reply, nullptr))
+        reply->abort();
 }
 
 } // namespace airnote

@@ -2,11 +2,11 @@
 
 #include <QColor>
 #include <QImage>
+#include <QNetworkReply>
+#include <QPointer>
 #include <QQuickPaintedItem>
 #include <QUrl>
 #include <QtQml/qqmlregistration.h>
-
-#include <qcoro/qcorotask.h>
 
 namespace airnote {
 
@@ -25,6 +25,7 @@ class RoundedImage : public QQuickPaintedItem
 
 public:
     explicit RoundedImage(QQuickItem *parent = nullptr);
+    ~RoundedImage() override;
 
     bool isLoaded() const;
 
@@ -42,12 +43,14 @@ protected:
 private:
     void reload();
     void setImage(const QImage &image);
-    QCoro::Task<> load(QUrl source);
+    void load();
+    void abortLoad();
 
     QUrl m_source;
     qreal m_radius = 0;
     QColor m_placeholderColor = Qt::transparent;
     QImage m_image;
+    QPointer<QNetworkReply> m_reply;
 };
 
 } // namespace airnote
