@@ -3,8 +3,10 @@
 #include "history/CaptureFile.h"
 #include "platform/Error.h"
 
+#include <QDateTime>
 #include <QFile>
 #include <QTemporaryDir>
+#include <QUuid>
 
 namespace {
 
@@ -22,11 +24,26 @@ QString historyFileHolding(const QByteArray &bytes)
     return fileName;
 }
 
+// An append after a read splices onto the bytes it read: whatever layout the
+// input had, the next reader must find every record and the new one.
+void appendAfterRead(const QString &fileName)
+{
+    using airnote::CaptureRecord;
+    airnote::CaptureFile file(fileName);
+    QList<CaptureRecord> records = file.read();
+    records.append(CaptureRecord(QUuid::createUuid(), QDateTime::currentDateTimeUtc(), QStringLiteral("Artiste"),
+                                 QStringLiteral("Titre"), std::nullopt, std::nullopt, std::nullopt,
+                                 CaptureRecord::Status::noMatch, std::nullopt));
+    file.write(records);
+    if (airnote::CaptureFile(fileName).read() != records)
+        qFatal("an append after a read changed the history");
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     return airnote::runParser<airnote::JsonError>(data, size, [](const QByteArray &bytes) {
-        airnote::CaptureFile(historyFileHolding(bytes)).read();
+        appendAfterRead(historyFileHolding(bytes));
     });
 }

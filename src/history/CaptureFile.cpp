@@ -16,9 +16,8 @@ namespace airnote {
 
 namespace {
 
-void appendJsonValue(QByteArray &json, const QString &text)
+void appendEscapedUtf8(QByteArray &json, QStringView text)
 {
-    json += '"';
     for (const char byte : text.toUtf8()) {
         switch (byte) {
         case '"':
@@ -48,6 +47,29 @@ void appendJsonValue(QByteArray &json, const QString &text)
             else
                 json += byte;
         }
+    }
+}
+
+void appendJsonValue(QByteArray &json, const QString &text)
+{
+    json += '"';
+    if (text.isValidUtf16()) {
+        appendEscapedUtf8(json, text);
+    } else {
+        // A lone surrogate has no UTF-8 form and would come back as U+FFFD; as
+        // a \u escape it reads back as it was.
+        qsizetype runStart = 0;
+        for (qsizetype index = 0; index < text.size(); ++index) {
+            const QChar unit = text[index];
+            const bool paired = (unit.isHighSurrogate() && index + 1 < text.size() && text[index + 1].isLowSurrogate())
+                || (unit.isLowSurrogate() && index > 0 && text[index - 1].isHighSurrogate());
+            if (!unit.isSurrogate() || paired)
+                continue;
+            appendEscapedUtf8(json, QStringView(text).sliced(runStart, index - runStart));
+            json += "\\u" + QByteArray::number(unit.unicode(), 16);
+            runStart = index + 1;
+        }
+        appendEscapedUtf8(json, QStringView(text).sliced(runStart));
     }
     json += '"';
 }
@@ -86,7 +108,7 @@ CaptureFile::CaptureFile(QString fileName)
 {
 }
 
-QList<CaptureRecord> CaptureFile::read() const
+QList<CaptureRecord> CaptureFile::read()
 {
     QFile file(m_fileName);
     if (!file.exists())
@@ -94,8 +116,8 @@ QList<CaptureRecord> CaptureFile::read() const
     if (!file.open(QIODevice::ReadOnly))
         throw FileError(file.errorString());
     const QByteArray bytes = file.readAll();
-    if (!m_writtenBytes.isEmpty() && bytes == m_writtenBytes)
-        return m_writtenRecords;
+    if (!m_knownBytes.isEmpty() && bytes == m_knownBytes)
+        return m_knownRecords;
 
     QJsonParseError parseError;
     const QJsonDocument document = QJsonDocument::fromJson(bytes, &parseError);
@@ -109,18 +131,22 @@ QList<CaptureRecord> CaptureFile::read() const
     records.reserve(array.size());
     for (const QJsonValue &value : array)
         records.append(CaptureRecord::fromJson(value));
+    m_knownBytes = bytes;
+    m_knownRecords = records;
     return records;
 }
 
 QByteArray CaptureFile::encode(const QList<CaptureRecord> &records) const
 {
     static constexpr QByteArrayView closing = "\n]\n";
-    const qsizetype known = m_writtenRecords.size();
+    const qsizetype known = m_knownRecords.size();
     QByteArray json;
     json.reserve(records.size() * 320);
-    if (known > 0 && records.size() > known
-        && std::equal(m_writtenRecords.begin(), m_writtenRecords.end(), records.begin())) {
-        json += QByteArrayView(m_writtenBytes).chopped(closing.size());
+    // Bytes read from elsewhere may be laid out otherwise: any array of at
+    // least one element that ends as ours does still takes an element after its last.
+    if (known > 0 && records.size() > known && m_knownBytes.endsWith(closing)
+        && std::equal(m_knownRecords.begin(), m_knownRecords.end(), records.begin())) {
+        json += QByteArrayView(m_knownBytes).chopped(closing.size());
         json += ",\n";
         appendObjects(json, records, known);
     } else {
@@ -149,8 +175,8 @@ void CaptureFile::write(const QList<CaptureRecord> &records)
     }
     if (!file.commit())
         throw FileError(file.errorString());
-    m_writtenBytes = bytes;
-    m_writtenRecords = records;
+    m_knownBytes = bytes;
+    m_knownRecords = records;
 }
 
 } // namespace airnote

@@ -8,9 +8,9 @@
 
 namespace airnote {
 
-// The history file: a JSON array of capture records, oldest first, laid out
-// as QJsonDocument::Indented does (sorted keys, four-space indents). Blocking
-// I/O; CaptureStore calls it from its worker thread only.
+// The history file: a JSON array of capture records, oldest first, written
+// as QJsonDocument::Indented lays it out (sorted keys, four-space indents).
+// Blocking I/O; CaptureStore calls it from its worker thread only.
 class CaptureFile
 {
 public:
@@ -19,7 +19,7 @@ public:
     QString fileName() const { return m_fileName; }
 
     // No file is an empty history. Throws FileError or JsonError.
-    QList<CaptureRecord> read() const;
+    QList<CaptureRecord> read();
     // Replaces the file atomically, so a reader never sees half a history.
     // Throws FileError, or JsonError for a number JSON cannot hold.
     void write(const QList<CaptureRecord> &records);
@@ -28,11 +28,11 @@ private:
     QByteArray encode(const QList<CaptureRecord> &records) const;
 
     QString m_fileName;
-    // What this object last wrote. A file still holding exactly these bytes
-    // is not decoded again, and a list extending these records has only its
-    // new records encoded: at 10,000 records, that is most of an append.
-    QByteArray m_writtenBytes;
-    QList<CaptureRecord> m_writtenRecords;
+    // What this object last read or wrote. A file still holding exactly these
+    // bytes is not decoded again, and a list extending these records has only
+    // its new records encoded: at 10,000 records, that is most of an append.
+    QByteArray m_knownBytes;
+    QList<CaptureRecord> m_knownRecords;
 };
 
 } // namespace airnote

@@ -8,6 +8,7 @@
 #include <QScopeGuard>
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QJsonObject>
 #include <QProcess>
 #include <QRandomGenerator>
 #include <QSet>
@@ -258,21 +259,46 @@ private Q_SLOTS:
         QCOMPARE(run(store.loadAll()), Records{repaired});
     }
 
+    void handReplacedFileIsReadByTheNextAppendOnly_data()
+    {
+        QTest::addColumn<QByteArray>("replacement");
+
+        const QJsonArray written{workflowRecord(Status::noMatch, recordedAt, u"Mira & Sol"_s).toJson()};
+        QTest::newRow("indented") << QJsonDocument(written).toJson(QJsonDocument::Indented);
+        QTest::newRow("compact") << QJsonDocument(written).toJson(QJsonDocument::Compact);
+        // Ends as the store's own files do, so the next append extends these bytes.
+        QTest::newRow("other indents") << "[\n  " + QJsonDocument(written[0].toObject()).toJson(QJsonDocument::Compact) + "\n]\n";
+    }
+
     void handReplacedFileIsReadByTheNextAppendOnly()
     {
+        QFETCH(QByteArray, replacement);
+
         CaptureStore store(m_directory->path(), clock());
         const Records kept{workflowRecord(Status::saved), workflowRecord(Status::saved, recordedAt.addSecs(5))};
         CaptureFile(store.fileName()).write({kept[0]});
         run(store.append(kept[1]));
 
-        const CaptureRecord replacement = workflowRecord(Status::noMatch, recordedAt, u"Mira & Sol"_s);
-        CaptureFile(store.fileName()).write({replacement});
+        QFile file(store.fileName());
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(replacement) == replacement.size());
+        file.close();
         QCOMPARE(run(store.loadAll()), kept);
         QCOMPARE(run(store.recentSave(kept[0].fipArtist(), kept[0].fipTitle(), 300)), kept[0]);
 
         const CaptureRecord appended = workflowRecord(Status::saved, recordedAt.addSecs(9));
         run(store.append(appended));
-        QCOMPARE(run(store.loadAll()), (Records{replacement, appended}));
+        const Records expected{CaptureRecord::fromJson(QJsonDocument::fromJson(replacement).array().at(0)), appended};
+        QCOMPARE(run(store.loadAll()), expected);
+        QCOMPARE(run(CaptureStore(m_directory->path()).loadAll()), expected);
+    }
+
+    void loneSurrogatesReadBackAsWritten()
+    {
+        const QString artist = u"Nuit "_s + QChar(0xD800) + u" \U0001F319 "_s + QChar(0xDC00);
+        const Records records{workflowRecord(Status::saved, recordedAt, artist)};
+        const QString fileName = m_directory->filePath(u"captures.json"_s);
+        CaptureFile(fileName).write(records);
+        QCOMPARE(CaptureFile(fileName).read(), records);
     }
 
     void writeFailureKeepsFileButNotMemory()
