@@ -97,7 +97,8 @@ private:
             out = co_await store.loadAll();
         };
         read(reader, records);
-        QTest::qWaitFor([&records] { return records.has_value(); });
+        if (!QTest::qWaitFor([&records] { return records.has_value(); }))
+            QTest::qFail("the history was not read in time", __FILE__, __LINE__);
         return records.value_or(QList<CaptureRecord>{});
     }
 
