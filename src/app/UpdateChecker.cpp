@@ -8,7 +8,6 @@
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QNetworkRequest>
-#include <QPointer>
 
 #include <QCoroNetworkReply>
 
@@ -89,6 +88,14 @@ QString UpdateChecker::message() const
     return {};
 }
 
+UpdateChecker::~UpdateChecker()
+{
+    // Otherwise the check's frame would stay suspended for good.
+    m_stopping = true;
+    if (m_feedReply)
+        m_feedReply->abort();
+}
+
 void UpdateChecker::start()
 {
     if (m_feedURL.isEmpty() || m_timer.isActive())
@@ -122,10 +129,9 @@ QCoro::Task<> UpdateChecker::check()
         co_return;
     }
     setResult(State::Checking);
-    QPointer<UpdateChecker> self(this);
     try {
         const QByteArray xml = co_await fetchFeed();
-        if (!self)
+        if (m_stopping)
             co_return;
         const std::optional<AppcastItem> newest = newestItem(parseAppcast(xml));
         // The program knows only its short version, so the feed is judged by its short version too.
@@ -134,7 +140,7 @@ QCoro::Task<> UpdateChecker::check()
         else
             setResult(State::UpToDate);
     } catch (const Error &error) {
-        if (self)
+        if (!m_stopping)
             fail(error.localizedDescription());
     }
 }
@@ -144,6 +150,7 @@ QCoro::Task<QByteArray> UpdateChecker::fetchFeed()
     QNetworkRequest request(m_feedURL);
     request.setTransferTimeout(transferTimeoutSeconds * 1000);
     const std::unique_ptr<QNetworkReply, ReplyDeleter> reply(m_network->get(request));
+    m_feedReply = reply.get();
     co_await reply.get();
     const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
     if (status.isValid() && (status.toInt() < 200 || status.toInt() > 299))

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <QNetworkReply>
 #include <QObject>
+#include <QPointer>
 #include <QString>
 #include <QTimer>
 #include <QUrl>
@@ -37,6 +39,8 @@ public:
     // An empty feed disables the schedule, and every check fails without a request.
     UpdateChecker(QNetworkAccessManager *network, QUrl feedURL, QString runningVersion,
                   std::chrono::milliseconds interval, QObject *parent = nullptr);
+    // Aborts a check still waiting on the feed; it ends without announcing anything.
+    ~UpdateChecker() override;
 
     State state() const;
     QString latestVersion() const;
@@ -74,6 +78,8 @@ private:
     QTimer m_timer;
     bool m_listenerWaiting = false;
     QCoro::Task<> m_checkInFlight;
+    QPointer<QNetworkReply> m_feedReply;
+    bool m_stopping = false;
 
     State m_state = State::Idle;
     QString m_latestVersion;

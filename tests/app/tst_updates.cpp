@@ -3,12 +3,15 @@
 
 #include <QFile>
 #include <QNetworkAccessManager>
+#include <QNetworkReply>
 #include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTcpServer>
 #include <QTest>
 
 #include <QCoroTask>
+
+#include <memory>
 
 using namespace airnote;
 using airnote::fakes::HttpReply;
@@ -122,6 +125,24 @@ private Q_SLOTS:
 
         QCOMPARE(announced.count(), announcesEachCheck ? finishedChecks : 0);
         QCOMPARE(announcedNotes, QUrl(announcesEachCheck ? QStringLiteral("https://example.org/airnote/notes/1.2.0.html") : QString()));
+    }
+
+    void destroyedCheckerAbortsItsCheckQuietly()
+    {
+        m_server.clearRequests();
+        m_server.setHandler([](const auto &) { return HttpReply::hangForever(); });
+        QSignalSpy finished(&m_network, &QNetworkAccessManager::finished);
+        auto checker = std::make_unique<UpdateChecker>(&m_network, m_server.url(QStringLiteral("/appcast.xml")),
+                                                       QStringLiteral("1.0"), UpdateChecker::defaultInterval);
+        QSignalSpy changes(checker.get(), &UpdateChecker::stateChanged);
+        checker->start();
+        QTRY_COMPARE(m_server.requests().size(), 1);
+
+        checker.reset();
+        QCOMPARE(changes.count(), 1);  // Checking, and nothing after
+        QCOMPARE(finished.count(), 1);
+        QCOMPARE(finished.constFirst().constFirst().value<QNetworkReply *>()->error(),
+                 QNetworkReply::OperationCanceledError);
     }
 };
 
