@@ -8,6 +8,9 @@ CancellableWait::CancellableWait(QObject *parent)
     : QObject(parent)
 {
     m_timer.setSingleShot(true);
+    // A coarse timer may fire 5 % early: 3 s off a 60 s wait. One wake-up per
+    // wait costs nothing, so the waits are as long as they say.
+    m_timer.setTimerType(Qt::PreciseTimer);
     connect(&m_timer, &QTimer::timeout, this, [this] {
         Q_EMIT ended();
         resumeWaiter();
