@@ -129,14 +129,16 @@ private Q_SLOTS:
 
     void destroyedCheckerAbortsItsCheckQuietly()
     {
-        m_server.clearRequests();
-        m_server.setHandler([](const auto &) { return HttpReply::hangForever(); });
+        // A server of its own: requests aborted by the tests before may still reach the shared one.
+        fakes::LoopbackHttpServer hanging;
+        QVERIFY(hanging.listen());
+        hanging.setHandler([](const auto &) { return HttpReply::hangForever(); });
         QSignalSpy finished(&m_network, &QNetworkAccessManager::finished);
-        auto checker = std::make_unique<UpdateChecker>(&m_network, m_server.url(QStringLiteral("/appcast.xml")),
+        auto checker = std::make_unique<UpdateChecker>(&m_network, hanging.url(QStringLiteral("/appcast.xml")),
                                                        QStringLiteral("1.0"), UpdateChecker::defaultInterval);
         QSignalSpy changes(checker.get(), &UpdateChecker::stateChanged);
         checker->start();
-        QTRY_COMPARE(m_server.requests().size(), 1);
+        QTRY_COMPARE(hanging.requests().size(), 1);
 
         checker.reset();
         QCOMPARE(changes.count(), 1);  // Checking, and nothing after
