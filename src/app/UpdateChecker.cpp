@@ -8,10 +8,10 @@
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QNetworkRequest>
+#include <QScopedPointer>
 
 #include <QCoroNetworkReply>
 
-#include <memory>
 #include <optional>
 #include <utility>
 
@@ -20,11 +20,6 @@ namespace airnote {
 namespace {
 
 constexpr int transferTimeoutSeconds = 60;
-
-struct ReplyDeleter
-{
-    void operator()(QNetworkReply *reply) const { reply->deleteLater(); }
-};
 
 } // namespace
 
@@ -149,7 +144,7 @@ QCoro::Task<QByteArray> UpdateChecker::fetchFeed()
 {
     QNetworkRequest request(m_feedURL);
     request.setTransferTimeout(transferTimeoutSeconds * 1000);
-    const std::unique_ptr<QNetworkReply, ReplyDeleter> reply(m_network->get(request));
+    const QScopedPointer<QNetworkReply, QScopedPointerDeleteLater> reply(m_network->get(request));
     m_feedReply = reply.get();
     co_await reply.get();
     const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);

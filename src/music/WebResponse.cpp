@@ -5,18 +5,12 @@
 #include <QCoro/QCoroNetworkReply>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
+#include <QScopedPointer>
 #include <QStringDecoder>
-
-#include <memory>
 
 namespace airnote {
 
 namespace {
-
-struct DeleteLater
-{
-    void operator()(QObject *object) const { object->deleteLater(); }
-};
 
 // Errors numbered below 200 are the connection's and the proxy's; from 200 on
 // they restate an HTTP status, which the caller judges itself.
@@ -36,7 +30,7 @@ QCoro::Task<WebResponse> sendRequest(QNetworkAccessManager *session, QNetworkReq
                                      QByteArray body)
 {
     // get() also reaches non-HTTP schemes, which know no custom verbs.
-    std::unique_ptr<QNetworkReply, DeleteLater> reply(verb == "GET" ? session->get(request)
+    const QScopedPointer<QNetworkReply, QScopedPointerDeleteLater> reply(verb == "GET" ? session->get(request)
                                                                     : session->sendCustomRequest(request, verb, body));
     co_await reply.get();
     if (isTransportFailure(reply->error()))

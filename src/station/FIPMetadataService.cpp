@@ -8,8 +8,8 @@
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QNetworkRequest>
+#include <QScopedPointer>
 
-#include <memory>
 #include <type_traits>
 
 namespace airnote {
@@ -17,11 +17,6 @@ namespace airnote {
 using namespace Qt::StringLiterals;
 
 namespace {
-
-struct ReplyDeleter
-{
-    void operator()(QNetworkReply *reply) const { reply->deleteLater(); }
-};
 
 NetworkError badServerResponse()
 {
@@ -158,7 +153,7 @@ QCoro::Task<> FIPMetadataService::runLoop()
 QCoro::Task<> FIPMetadataService::poll()
 {
     publish(m_isFetching, true, &FIPMetadataService::isFetchingChanged);
-    const std::unique_ptr<QNetworkReply, ReplyDeleter> reply(m_session->get(QNetworkRequest(m_documentURL)));
+    const QScopedPointer<QNetworkReply, QScopedPointerDeleteLater> reply(m_session->get(QNetworkRequest(m_documentURL)));
     m_reply = reply.get();
     co_await reply.get();
     if (m_stopping)

@@ -82,11 +82,6 @@ bool pollSucceeds(const fakes::HttpReply &reply)
     }
 }
 
-struct LaterDeleter
-{
-    void operator()(QObject *object) const { object->deleteLater(); }
-};
-
 } // namespace
 
 class TestSandbox : public QObject
@@ -97,7 +92,7 @@ private:
     // The body of a 200 reply; empty otherwise.
     QByteArray get(const QUrl &url)
     {
-        const std::unique_ptr<QNetworkReply, LaterDeleter> reply(m_session.get(QNetworkRequest(url)));
+        const QScopedPointer<QNetworkReply, QScopedPointerDeleteLater> reply(m_session.get(QNetworkRequest(url)));
         QSignalSpy finished(reply.get(), &QNetworkReply::finished);
         if (!finished.wait(10'000) || reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt() != 200)
             return {};
@@ -351,12 +346,12 @@ private Q_SLOTS:
         for (int poll = 0; poll < polls; ++poll) {
             const StationDecision expected = twin.nextStationReply(sandbox.station().liveDocument());
             QVERIFY(!expected.reply.hang);
-            const std::unique_ptr<QNetworkReply, LaterDeleter> reply(m_session.get(QNetworkRequest(liveURL)));
+            const QScopedPointer<QNetworkReply, QScopedPointerDeleteLater> reply(m_session.get(QNetworkRequest(liveURL)));
             QSignalSpy finished(reply.get(), &QNetworkReply::finished);
             QVERIFY(finished.wait(10'000));
             QCOMPARE(reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(), expected.reply.status);
         }
-        const std::unique_ptr<QNetworkReply, LaterDeleter> token(
+        const QScopedPointer<QNetworkReply, QScopedPointerDeleteLater> token(
             m_session.get(QNetworkRequest(sandbox.appleMusic().tokenURL())));
         QSignalSpy tokenFinished(token.get(), &QNetworkReply::finished);
         QVERIFY(tokenFinished.wait(10'000));
