@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The Airnote developers
+# SPDX-License-Identifier: GPL-3.0-or-later
+
 # Thin wrapper over CMake: each target installs and builds what it needs first,
 # so any of them works alone on a fresh Debian machine.
 BUILD_DIR ?= build

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Airnote developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // Capture history costs at 100, 1,000 and 10,000 records. The store works on
 // its own thread, so every figure is wall-clock time seen by the caller.
 #include "history/CaptureFile.h"

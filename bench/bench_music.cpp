@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Airnote developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // The scoring of one catalog search: 15 songs against the track on air, and
 // normalize alone on a typical noisy title.
 #include "music/MatchScoring.h"

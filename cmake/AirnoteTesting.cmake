@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The Airnote developers
+# SPDX-License-Identifier: GPL-3.0-or-later
+
 # airnote_add_test(NAME <name> SOURCES <files...> LIBRARIES <targets...> [GUI])
 # One Qt Test executable per source folder. GUI tests run on a private Xvfb
 # display; the others on the offscreen platform so they need no display at all.

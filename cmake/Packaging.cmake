@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The Airnote developers
+# SPDX-License-Identifier: GPL-3.0-or-later
+
 set(AIRNOTE_PACKAGE_MAINTAINER "Airnote maintainers <airnote@velmorin.com>"
     CACHE STRING "Maintainer field of the Debian package")
 
@@ -12,6 +15,7 @@ endforeach()
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME airnote)
 set(CPACK_PACKAGE_VENDOR Velmorin)
+set(CPACK_RESOURCE_FILE_LICENSE ${CMAKE_SOURCE_DIR}/LICENSES/GPL-3.0-or-later.txt)
 set(CPACK_PACKAGE_CONTACT "${AIRNOTE_PACKAGE_MAINTAINER}")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
 # CPack turns each line into one line of the package's long description.

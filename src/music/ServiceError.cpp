@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Airnote developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 #include "ServiceError.h"
 
 namespace airnote {

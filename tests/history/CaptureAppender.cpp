@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Airnote developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // Appends capture records to the history in the given directory until it is
 // killed, printing each record's id once its append has returned.
 #include "history/CaptureStore.h"
