@@ -4,6 +4,7 @@
 // The scoring of one catalog search: 15 songs against the track on air, and
 // normalize alone on a typical noisy title.
 #include "music/MatchScoring.h"
+#include "core/Normalization.h"
 
 #include <benchmark/benchmark.h>
 

@@ -4,7 +4,7 @@
 #include "RunParser.h"
 
 #include "history/CaptureFile.h"
-#include "platform/Error.h"
+#include "core/Error.h"
 
 #include <QDateTime>
 #include <QFile>

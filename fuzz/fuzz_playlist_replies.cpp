@@ -4,7 +4,7 @@
 #include "RunParser.h"
 
 #include "music/AppleMusicReplies.h"
-#include "platform/Error.h"
+#include "core/Error.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {

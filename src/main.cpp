@@ -3,8 +3,8 @@
 
 #include "app/AirnoteApp.h"
 #include "app/CommandLine.h"
-#include "platform/Endpoints.h"
-#include "platform/Error.h"
+#include "core/Endpoints.h"
+#include "core/Error.h"
 #include "platform/SingleInstance.h"
 #include "platform/WakeSource.h"
 #include "ui/LaunchActions.h"

@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "platform/Error.h"
+#include "core/Error.h"
 
 #include <QByteArray>
 #include <QList>

@@ -4,8 +4,8 @@
 #include "UpdateChecker.h"
 
 #include "app/Appcast.h"
-#include "platform/Endpoints.h"
-#include "platform/Error.h"
+#include "core/Endpoints.h"
+#include "core/Error.h"
 
 #include <QCoreApplication>
 #include <QNetworkAccessManager>

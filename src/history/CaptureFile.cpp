@@ -3,7 +3,7 @@
 
 #include "CaptureFile.h"
 
-#include "platform/Error.h"
+#include "core/Error.h"
 
 #include <QFile>
 #include <QJsonArray>

@@ -3,7 +3,8 @@
 
 #include "CaptureRecord.h"
 
-#include "platform/Error.h"
+#include "core/Error.h"
+#include "core/JsonFields.h"
 
 #include <QJsonValue>
 
@@ -28,45 +29,6 @@ constexpr std::array<std::pair<CaptureRecord::Status, QLatin1StringView>, 4> sta
 [[noreturn]] void refuse(const QString &key, const QString &reason)
 {
     throw JsonError(u"capture record: \"%1\" %2"_s.arg(key, reason));
-}
-
-QString requiredString(const QJsonObject &object, const QString &key)
-{
-    const QJsonValue value = object.value(key);
-    if (value.isUndefined())
-        refuse(key, u"is missing"_s);
-    if (!value.isString())
-        refuse(key, u"is not a string"_s);
-    return value.toString();
-}
-
-// Missing and null both mean absent.
-std::optional<QJsonValue> optionalValue(const QJsonObject &object, const QString &key)
-{
-    const QJsonValue value = object.value(key);
-    if (value.isUndefined() || value.isNull())
-        return std::nullopt;
-    return value;
-}
-
-std::optional<QString> optionalString(const QJsonObject &object, const QString &key)
-{
-    const std::optional<QJsonValue> value = optionalValue(object, key);
-    if (!value)
-        return std::nullopt;
-    if (!value->isString())
-        refuse(key, u"is not a string"_s);
-    return value->toString();
-}
-
-std::optional<double> optionalNumber(const QJsonObject &object, const QString &key)
-{
-    const std::optional<QJsonValue> value = optionalValue(object, key);
-    if (!value)
-        return std::nullopt;
-    if (!value->isDouble())
-        refuse(key, u"is not a number"_s);
-    return value->toDouble();
 }
 
 // True when text has the shape of pattern, where '9' stands for a decimal
@@ -176,16 +138,16 @@ CaptureRecord CaptureRecord::fromJson(const QJsonValue &value)
 {
     if (!value.isObject())
         throw JsonError(u"capture record: not a JSON object"_s);
-    const QJsonObject object = value.toObject();
-    return CaptureRecord(parseId(requiredString(object, u"id"_s)),
-                         parseTimestamp(requiredString(object, u"timestamp"_s)),
-                         requiredString(object, u"fipArtist"_s),
-                         requiredString(object, u"fipTitle"_s),
-                         optionalString(object, u"fipAlbum"_s),
-                         optionalString(object, u"appleSongID"_s),
-                         optionalNumber(object, u"confidence"_s),
-                         parseStatus(requiredString(object, u"status"_s)),
-                         optionalString(object, u"errorMessage"_s));
+    const JsonFields fields(value.toObject(), u"capture record"_s);
+    return CaptureRecord(parseId(fields.string("id"_L1)),
+                         parseTimestamp(fields.string("timestamp"_L1)),
+                         fields.string("fipArtist"_L1),
+                         fields.string("fipTitle"_L1),
+                         fields.optionalString("fipAlbum"_L1),
+                         fields.optionalString("appleSongID"_L1),
+                         fields.optionalNumber("confidence"_L1),
+                         parseStatus(fields.string("status"_L1)),
+                         fields.optionalString("errorMessage"_L1));
 }
 
 } // namespace airnote

@@ -3,7 +3,7 @@
 
 #include "CaptureStore.h"
 
-#include "music/MatchScoring.h"
+#include "core/Normalization.h"
 
 #include <QCoroFuture>
 #include <QDir>

@@ -3,7 +3,8 @@
 
 #include "AppleMusicReplies.h"
 
-#include "platform/Error.h"
+#include "core/Error.h"
+#include "core/JsonFields.h"
 
 #include <QJsonArray>
 #include <QJsonObject>
@@ -29,8 +30,7 @@ std::optional<QList<QJsonObject>> resources(const QJsonObject &object)
 
 std::optional<QString> text(const QJsonObject &object, QLatin1String key)
 {
-    const QJsonValue value = object.value(key);
-    return value.isString() ? std::optional<QString>(value.toString()) : std::nullopt;
+    return JsonFields::stringIfAny(object, key);
 }
 
 std::optional<Song> song(const QJsonObject &resource)

@@ -7,9 +7,10 @@
 #include "music/MatchScoring.h"
 #include "music/ServiceError.h"
 #include "music/TokenResponse.h"
-#include "platform/Logging.h"
+#include "core/Logging.h"
+#include "core/UrlPaths.h"
 #include "platform/MusicUserTokenProvider.h"
-#include "platform/Settings.h"
+#include "core/Settings.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -325,11 +326,7 @@ QCoro::Task<std::optional<QString>> AppleMusicService::findPlaylist(QString name
 
 QNetworkRequest AppleMusicService::apiRequest(const QString &path, const QUrlQuery &query) const
 {
-    QUrl url = m_configuration.apiBase;
-    QString basePath = url.path();
-    while (basePath.endsWith(u'/'))
-        basePath.chop(1);
-    url.setPath(basePath + path);
+    QUrl url = withPathAppended(m_configuration.apiBase, path);
     url.setQuery(query);
     QNetworkRequest request(url);
     request.setTransferTimeout(static_cast<int>(m_configuration.requestTimeout.count()));

@@ -6,7 +6,7 @@
 #include "music/CatalogMatch.h"
 #include "music/Song.h"
 #include "music/WebResponse.h"
-#include "platform/Endpoints.h"
+#include "core/Endpoints.h"
 #include "platform/MusicAuthorization.h"
 
 #include <QCoro/QCoroTask>

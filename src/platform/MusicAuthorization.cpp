@@ -3,9 +3,9 @@
 
 #include "MusicAuthorization.h"
 
-#include "platform/Logging.h"
+#include "core/Logging.h"
 #include "platform/MusicUserTokenProvider.h"
-#include "platform/Settings.h"
+#include "core/Settings.h"
 
 #include <QCoro/QCoroSignal>
 #include <QMetaEnum>

@@ -3,8 +3,8 @@
 
 #include "SignInServer.h"
 
-#include "platform/Error.h"
-#include "platform/Logging.h"
+#include "core/Error.h"
+#include "core/Logging.h"
 
 #include <QCoreApplication>
 #include <QCoroSignal>

@@ -3,7 +3,7 @@
 
 #include "WakeSource.h"
 
-#include "Logging.h"
+#include "core/Logging.h"
 
 #include <QDBusConnection>
 

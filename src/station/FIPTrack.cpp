@@ -3,7 +3,8 @@
 
 #include "FIPTrack.h"
 
-#include "platform/Error.h"
+#include "core/Error.h"
+#include "core/JsonFields.h"
 
 #include <QHash>
 #include <QJsonValue>
@@ -13,22 +14,6 @@ namespace airnote {
 using namespace Qt::StringLiterals;
 
 namespace {
-
-QJsonValue requiredValue(const QJsonObject &object, QLatin1String key, QJsonValue::Type type)
-{
-    const QJsonValue value = object.value(key);
-    if (value.type() != type)
-        throw JsonError(u"track: \"%1\" is missing or has the wrong type"_s.arg(key));
-    return value;
-}
-
-// Missing and null both mean absent.
-std::optional<QString> optionalString(const QJsonObject &object, QLatin1String key)
-{
-    if (object.value(key).isNull() || object.value(key).isUndefined())
-        return std::nullopt;
-    return requiredValue(object, key, QJsonValue::String).toString();
-}
 
 QString dateText(const QDateTime &date)
 {
@@ -74,20 +59,21 @@ QJsonObject FIPTrack::toJson() const
 
 FIPTrack FIPTrack::fromJson(const QJsonObject &object)
 {
+    const JsonFields fields(object, u"track"_s);
     FIPTrack track;
-    track.artist = requiredValue(object, "artist"_L1, QJsonValue::String).toString();
-    track.title = requiredValue(object, "title"_L1, QJsonValue::String).toString();
-    track.album = optionalString(object, "album"_L1);
-    if (const std::optional<QString> text = optionalString(object, "artworkURL"_L1)) {
+    track.artist = fields.string("artist"_L1);
+    track.title = fields.string("title"_L1);
+    track.album = fields.optionalString("album"_L1);
+    if (const std::optional<QString> text = fields.optionalString("artworkURL"_L1)) {
         const QUrl url(*text, QUrl::StrictMode);
         if (!url.isValid())
             throw JsonError(u"track: \"artworkURL\" is not a URL: %1"_s.arg(*text));
         track.artworkURL = url;
     }
-    track.startedAt = parsedDate(requiredValue(object, "startedAt"_L1, QJsonValue::String).toString(), "startedAt"_L1);
-    if (const std::optional<QString> text = optionalString(object, "endsAt"_L1))
+    track.startedAt = parsedDate(fields.string("startedAt"_L1), "startedAt"_L1);
+    if (const std::optional<QString> text = fields.optionalString("endsAt"_L1))
         track.endsAt = parsedDate(*text, "endsAt"_L1);
-    track.isMusicTrack = requiredValue(object, "isMusicTrack"_L1, QJsonValue::Bool).toBool();
+    track.isMusicTrack = fields.boolean("isMusicTrack"_L1);
     return track;
 }
 

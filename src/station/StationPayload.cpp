@@ -3,7 +3,9 @@
 
 #include "StationPayload.h"
 
-#include "platform/Endpoints.h"
+#include "core/Endpoints.h"
+#include "core/JsonFields.h"
+#include "core/UrlPaths.h"
 #include "station/ParseError.h"
 
 #include <QJsonDocument>
@@ -21,34 +23,6 @@ namespace {
     throw ParseError::malformed(u"decode failed: "_s + description);
 }
 
-bool isAbsent(const QJsonValue &value)
-{
-    return value.isUndefined() || value.isNull();
-}
-
-std::optional<QString> decodeString(const QJsonObject &entry, QLatin1String key)
-{
-    const QJsonValue value = entry.value(key);
-    if (isAbsent(value))
-        return std::nullopt;
-    if (!value.isString())
-        failDecoding(u"\"now.%1\" is not a string"_s.arg(key));
-    return value.toString();
-}
-
-std::optional<qint64> decodeInteger(const QJsonObject &entry, QLatin1String key)
-{
-    const QJsonValue value = entry.value(key);
-    if (isAbsent(value))
-        return std::nullopt;
-    // toInteger() answers 0 for a fractional or out-of-range number, which the
-    // round trip through double exposes.
-    const qint64 integer = value.toInteger();
-    if (!value.isDouble() || static_cast<double>(integer) != value.toDouble())
-        failDecoding(u"\"now.%1\" is not an integer"_s.arg(key));
-    return integer;
-}
-
 RawPayload decodeRawPayload(const QByteArray &body)
 {
     QJsonParseError parseError;
@@ -58,19 +32,23 @@ RawPayload decodeRawPayload(const QByteArray &body)
     if (!document.isObject())
         failDecoding(u"the document is not a JSON object"_s);
     const QJsonValue now = document.object().value("now"_L1);
-    if (isAbsent(now))
+    if (now.isUndefined() || now.isNull())
         return RawPayload{};
     if (!now.isObject())
         failDecoding(u"\"now\" is not an object"_s);
-    const QJsonObject entry = now.toObject();
-    return RawPayload{.now = NowEntry{
-        .firstLine = decodeString(entry, "firstLine"_L1),
-        .secondLine = decodeString(entry, "secondLine"_L1),
-        .songUuid = decodeString(entry, "songUuid"_L1),
-        .cover = decodeString(entry, "cover"_L1),
-        .startTime = decodeInteger(entry, "startTime"_L1),
-        .endTime = decodeInteger(entry, "endTime"_L1),
-    }};
+    const JsonFields entry(now.toObject(), u"now"_s);
+    try {
+        return RawPayload{.now = NowEntry{
+            .firstLine = entry.optionalString("firstLine"_L1),
+            .secondLine = entry.optionalString("secondLine"_L1),
+            .songUuid = entry.optionalString("songUuid"_L1),
+            .cover = entry.optionalString("cover"_L1),
+            .startTime = entry.optionalInteger("startTime"_L1),
+            .endTime = entry.optionalInteger("endTime"_L1),
+        }};
+    } catch (const JsonError &error) {
+        failDecoding(error.localizedDescription());
+    }
 }
 
 QDateTime dateFromEpochSeconds(qint64 seconds)
@@ -90,12 +68,10 @@ std::optional<QUrl> makeArtworkURL(std::optional<QString> cover)
 {
     if (!cover || cover->isEmpty())
         return std::nullopt;
-    QString base = Endpoints::current().imageBase.toString(QUrl::FullyEncoded);
-    while (base.endsWith(u'/'))
-        base.chop(1);
     // The cover goes in as given, neither trimmed nor escaped: strict parsing
     // then refuses what would not be a valid address.
-    const QUrl url(base + "/pikapi/images/"_L1 + *cover + "/400x400"_L1, QUrl::StrictMode);
+    const QUrl url = withPathAppended(Endpoints::current().imageBase, "/pikapi/images/"_L1 + *cover + "/400x400"_L1,
+                                      QUrl::StrictMode);
     if (!url.isValid())
         return std::nullopt;
     return url;

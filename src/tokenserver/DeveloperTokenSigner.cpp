@@ -3,7 +3,7 @@
 
 #include "DeveloperTokenSigner.h"
 
-#include "platform/Error.h"
+#include "core/Error.h"
 
 #include <QFile>
 #include <QJsonDocument>

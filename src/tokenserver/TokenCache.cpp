@@ -3,7 +3,7 @@
 
 #include "TokenCache.h"
 
-#include "platform/Logging.h"
+#include "core/Logging.h"
 
 #include <algorithm>
 

@@ -5,7 +5,7 @@
 
 #include "tokenserver/DeveloperTokenSigner.h"
 
-#include "platform/Error.h"
+#include "core/Error.h"
 
 #include <QRegularExpression>
 

@@ -4,8 +4,8 @@
 #include "tokenserver/TokenServer.h"
 #include "tokenserver/TokenServerCommandLine.h"
 
-#include "platform/Error.h"
-#include "platform/Logging.h"
+#include "core/Error.h"
+#include "core/Logging.h"
 
 #include <QCoreApplication>
 #include <QTextStream>

@@ -4,7 +4,7 @@
 // Appends capture records to the history in the given directory until it is
 // killed, printing each record's id once its append has returned.
 #include "history/CaptureStore.h"
-#include "platform/Error.h"
+#include "core/Error.h"
 
 #include <QCoreApplication>
 

@@ -4,7 +4,7 @@
 #include "history/CaptureFile.h"
 #include "history/CaptureRecord.h"
 #include "history/CaptureStore.h"
-#include "platform/Error.h"
+#include "core/Error.h"
 
 #include <QCoroTask>
 #include <QFile>

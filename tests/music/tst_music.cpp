@@ -6,6 +6,7 @@
 #include "music/AppleMusicReplies.h"
 #include "music/AppleMusicService.h"
 #include "music/MatchScoring.h"
+#include "core/Normalization.h"
 #include "music/ServiceError.h"
 #include "platform/KeychainTokenStore.h"
 #include "platform/MusicAuthorization.h"

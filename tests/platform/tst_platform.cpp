@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The Airnote developers
 // SPDX-License-Identifier: GPL-3.0-or-later
 
-#include "platform/Endpoints.h"
-#include "platform/Error.h"
+#include "core/Endpoints.h"
+#include "core/Error.h"
 #include "platform/MusicAuthorization.h"
 #include "platform/MusicUserTokenProvider.h"
 #include "platform/SignInServer.h"

@@ -7,7 +7,7 @@
 #include "sandbox/Scenario.h"
 
 #include "music/AppleMusicService.h"
-#include "platform/Error.h"
+#include "core/Error.h"
 #include "platform/MusicAuthorization.h"
 #include "platform/MusicUserTokenProvider.h"
 #include "station/StationPayload.h"

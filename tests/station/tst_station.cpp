@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 
 #include "fakes/LoopbackHttpServer.h"
-#include "platform/Error.h"
+#include "core/Error.h"
 #include "platform/WakeSource.h"
 #include "station/CancellableWait.h"
 #include "station/FIPMetadataService.h"

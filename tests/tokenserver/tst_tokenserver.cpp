@@ -4,7 +4,7 @@
 #include "tokenserver/TokenCache.h"
 #include "tokenserver/TokenServerCommandLine.h"
 
-#include "platform/Error.h"
+#include "core/Error.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>

@@ -4,6 +4,7 @@
 #include "Endpoints.h"
 
 #include "Error.h"
+#include "UrlPaths.h"
 
 #include <QHostAddress>
 
@@ -11,16 +12,13 @@ namespace airnote {
 
 namespace {
 
-QUrl withTokenPath(QUrl url)
+QUrl withTokenPath(const QUrl &url)
 {
     // Accept the backend's address with or without the fixed path.
-    if (!url.isEmpty() && !url.path().endsWith(QLatin1String("/api/token"))) {
-        QString path = url.path();
-        while (path.endsWith(QLatin1Char('/')))
-            path.chop(1);
-        url.setPath(path + QLatin1String("/api/token"));
-    }
-    return url;
+    const QString tokenPath = QStringLiteral("/api/token");
+    if (url.isEmpty() || url.path().endsWith(tokenPath))
+        return url;
+    return withPathAppended(url, tokenPath);
 }
 
 QUrl overridden(const char *variable, const QUrl &fallback)
