@@ -8,7 +8,7 @@ namespace airnote {
 using namespace Qt::StringLiterals;
 
 ParseError::ParseError(Kind kind, QString message)
-    : Error(u"The operation couldn't be completed. (ParseError error %1.)"_s.arg(static_cast<int>(kind)))
+    : Error(u"malformed station document: "_s + message)
     , m_kind(kind)
     , m_message(std::move(message))
 {

@@ -7,8 +7,8 @@
 
 namespace airnote {
 
-// A station document that cannot be turned into a track. Its description is
-// the generic text of the error kind; the detail stays in message().
+// A station document that cannot be turned into a track. The description
+// names the kind and keeps the parser's reason, so the log says what was wrong.
 class ParseError : public Error
 {
 public:

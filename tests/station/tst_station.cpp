@@ -190,7 +190,7 @@ private Q_SLOTS:
         QTest::addColumn<QString>("logged");
 
         const QString badResponse = u"Poll failed: bad server response"_s;
-        const QString parseFailure = u"Poll failed: The operation couldn't be completed. (ParseError error 0.)"_s;
+        const QString parseFailure = u"Poll failed: malformed station document: missing 'now' object"_s;
         QTest::newRow("404") << 404 << QByteArray("not found") << badResponse;
         QTest::newRow("500") << 500 << fixture(u"station-live.json"_s) << badResponse;
         QTest::newRow("no now") << 200 << missingNow << parseFailure;
