@@ -7,10 +7,8 @@
 function(airnote_add_test)
     cmake_parse_arguments(ARG "GUI" "NAME" "SOURCES;LIBRARIES" ${ARGN})
     add_executable(${ARG_NAME} ${ARG_SOURCES})
-    target_link_libraries(${ARG_NAME} PRIVATE Qt6::Test ${ARG_LIBRARIES})
-    target_compile_definitions(${ARG_NAME} PRIVATE
-        AIRNOTE_FIXTURES_DIR="${CMAKE_SOURCE_DIR}/tests/fixtures"
-        AIRNOTE_TEST_OUTPUT_DIR="${CMAKE_BINARY_DIR}/test-output")
+    target_link_libraries(${ARG_NAME} PRIVATE Qt6::Test airnote_test_support ${ARG_LIBRARIES})
+    target_compile_definitions(${ARG_NAME} PRIVATE AIRNOTE_TEST_OUTPUT_DIR="${CMAKE_BINARY_DIR}/test-output")
     if(ARG_GUI)
         add_test(NAME ${ARG_NAME}
                  COMMAND xvfb-run -a -s "-screen 0 1280x800x24" $<TARGET_FILE:${ARG_NAME}>)

@@ -8,7 +8,7 @@
 #include "platform/SingleInstance.h"
 #include "platform/WakeSource.h"
 #include "ui/LaunchActions.h"
-#include "ui/PanelWindow.h"
+#include "ui/PanelHost.h"
 #include "ui/TrayIcon.h"
 
 #include <QApplication>
@@ -57,16 +57,17 @@ int main(int argc, char *argv[])
 
     const bool inTray = QSystemTrayIcon::isSystemTrayAvailable() && !options.windowed;
     QApplication::setQuitOnLastWindowClosed(!inTray);
-    PanelWindow panel(&app, inTray ? PanelWindow::Presentation::Attached : PanelWindow::Presentation::Windowed);
+    PanelHost panel(app.panel(), app.updater(),
+                    inTray ? PanelWindow::Presentation::Attached : PanelWindow::Presentation::Windowed);
     std::unique_ptr<TrayIcon> trayIcon;
     if (inTray) {
-        trayIcon = std::make_unique<TrayIcon>(&panel, &app);
+        trayIcon = std::make_unique<TrayIcon>(&panel, app.authorization());
         trayIcon->show();
     } else {
-        panel.show();
+        panel.showNextTo(QRect());
     }
 
-    LaunchActions actions(&app, &panel, trayIcon.get());
+    LaunchActions actions(app.panel(), app.workflow(), &panel, trayIcon.get());
     QObject::connect(&instance, &SingleInstance::actionReceived, &actions,
                      [&actions](const QString &action) { actions.perform(actionFromName(action)); });
     actions.perform(options.action);

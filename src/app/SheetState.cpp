@@ -43,20 +43,20 @@ QString SheetState::id() const
                       m_value);
 }
 
-QString SheetState::face() const
+bool SheetState::isPreview() const
 {
-    return std::holds_alternative<Preview>(m_value) ? QStringLiteral("preview") : QStringLiteral("status");
+    return std::holds_alternative<Preview>(m_value);
 }
 
-QString SheetState::statusKind() const
+StatusKind::Kind SheetState::statusKind() const
 {
     return std::visit(Overloaded{
-                          [](const Searching &) { return QStringLiteral("loading"); },
-                          [](const Preview &) { return QString(); },
-                          [](const Saving &) { return QStringLiteral("loading"); },
-                          [](const Success &) { return QStringLiteral("success"); },
-                          [](const AlreadySaved &) { return QStringLiteral("info"); },
-                          [](const Failure &) { return QStringLiteral("failure"); },
+                          [](const Searching &) { return StatusKind::Loading; },
+                          [](const Preview &) { return StatusKind::Loading; },
+                          [](const Saving &) { return StatusKind::Loading; },
+                          [](const Success &) { return StatusKind::Success; },
+                          [](const AlreadySaved &) { return StatusKind::Info; },
+                          [](const Failure &) { return StatusKind::Failure; },
                       },
                       m_value);
 }

@@ -16,14 +16,24 @@
 
 namespace airnote {
 
+// The look of the status card: a spinner while the save flow works, or the
+// symbol of its outcome.
+namespace StatusKind {
+Q_NAMESPACE
+enum Kind { Loading, Success, Info, Failure };
+Q_ENUM_NS(Kind)
+} // namespace StatusKind
+
 // The state of the save flow shown in the panel. States are identified, and
 // compared, by their id alone: the panel animates only when the id changes.
 class SheetState
 {
     Q_GADGET
     Q_PROPERTY(QString id READ id CONSTANT)
-    Q_PROPERTY(QString face READ face CONSTANT)
-    Q_PROPERTY(QString statusKind READ statusKind CONSTANT)
+    Q_PROPERTY(bool isPreview READ isPreview CONSTANT)
+    // A StatusKind::Kind; declared int because Qt 6.4's QML cannot convert a
+    // namespace's enum read from a value type ("Type error").
+    Q_PROPERTY(int statusKind READ statusKind CONSTANT)
     Q_PROPERTY(QString title READ title CONSTANT)
     Q_PROPERTY(QString subtitle READ subtitle CONSTANT)
     Q_PROPERTY(airnote::FIPTrack track READ track CONSTANT)
@@ -50,15 +60,16 @@ public:
     const Case &value() const;
     QString id() const;
 
-    // What the panel shows for this state: "preview" for the match preview,
-    // "status" for the status card with statusKind, title and subtitle.
-    QString face() const;
-    QString statusKind() const;
+    // The match preview has a face of its own; every other state is a status
+    // card with a kind, a title and a subtitle (empty for none).
+    bool isPreview() const;
+    StatusKind::Kind statusKind() const;
     QString title() const;
     QString subtitle() const;
 
-    // The preview's or the saving state's track; an empty track otherwise.
+    // The track of the searching, preview and saving states; an empty track otherwise.
     FIPTrack track() const;
+    // The preview's candidates as CatalogMatch values, best first.
     QVariantList matchList() const;
 
     bool operator==(const SheetState &other) const;

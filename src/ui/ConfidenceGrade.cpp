@@ -17,13 +17,13 @@ QString ConfidenceGrade::text(double confidence)
     return QString::number(static_cast<int>(confidence * 100)) + QLatin1Char('%');
 }
 
-QString ConfidenceGrade::colourName(double confidence)
+ConfidenceGrade::Grade ConfidenceGrade::grade(double confidence)
 {
     if (confidence >= highConfidence)
-        return QStringLiteral("green");
+        return High;
     if (confidence >= fairConfidence)
-        return QStringLiteral("orange");
-    return QStringLiteral("red");
+        return Fair;
+    return Low;
 }
 
 } // namespace airnote

@@ -10,7 +10,7 @@
 namespace airnote {
 
 // How the preview sheet shows a candidate's confidence (0 to 1): the badge's
-// text and the name of its colour in the Theme.
+// text and its grade, which the sheet paints green, orange or red.
 class ConfidenceGrade : public QObject
 {
     Q_OBJECT
@@ -18,13 +18,16 @@ class ConfidenceGrade : public QObject
     QML_SINGLETON
 
 public:
+    enum Grade { High, Fair, Low };
+    Q_ENUM(Grade)
+
     using QObject::QObject;
 
     // The percentage truncated toward zero, then "%": 0.857 reads "85%".
     Q_INVOKABLE static QString text(double confidence);
-    // "green", "orange" or "red". The thresholds compare the confidence
-    // itself, so 0.8499 is orange although its text rounds near 85.
-    Q_INVOKABLE static QString colourName(double confidence);
+    // The thresholds compare the confidence itself, so 0.8499 is Fair
+    // although its text rounds near 85.
+    Q_INVOKABLE static airnote::ConfidenceGrade::Grade grade(double confidence);
 };
 
 } // namespace airnote

@@ -1,42 +1,23 @@
 // SPDX-FileCopyrightText: 2026 The Airnote developers
 // SPDX-License-Identifier: GPL-3.0-or-later
 
+pragma ComponentBehavior: Bound
+
 import QtQuick
 import Airnote.UI
 import QtQuick.Layouts
 import QtQuick.Controls.Fusion
 
-// The past capture attempts, newest first, read from the store each time the
-// list is shown.
-Control {
+// The past capture attempts, newest first; the panel model has the history
+// read again each time this face is shown.
+Item {
     id: view
 
-    // Answers loadHistory() with historyLoaded(newestFirst).
-    required property QtObject history
-    // CaptureRecord values, newest first; empty until the store has answered.
-    property var records: []
+    required property HistoryModel history
     property date now: new Date()
     readonly property bool isShown: Window.window !== null && Window.window.visible
 
-    readonly property var symbols: ({
-        saved: { name: "checkmark-circle-fill", color: Theme.green },
-        no_match: { name: "questionmark-circle", color: Theme.orange },
-        save_failed: { name: "exclamationmark-circle-fill", color: Theme.red },
-        logged: { name: "bookmark", color: Theme.secondary }
-    })
-
     signal close()
-
-    // The window can attach while the view completes: callLater makes one load of the two calls.
-    onIsShownChanged: if (isShown) Qt.callLater(history.loadHistory)
-    Component.onCompleted: if (isShown) Qt.callLater(history.loadHistory)
-
-    Connections {
-        target: view.history
-        function onHistoryLoaded(newestFirst) {
-            view.records = newestFirst
-        }
-    }
 
     // Keeps the elapsed times current while the list is on screen.
     Timer {
@@ -48,9 +29,13 @@ Control {
     }
 
     implicitWidth: 320
-    padding: 14
+    implicitHeight: layout.implicitHeight + 28
 
-    contentItem: ColumnLayout {
+    ColumnLayout {
+        id: layout
+
+        anchors.fill: parent
+        anchors.margins: 14
         spacing: 8
 
         RowLayout {
@@ -75,7 +60,7 @@ Control {
 
         DimmedMessage {
             objectName: "emptyMessage"
-            visible: view.records.length === 0
+            visible: view.history.count === 0
             text: "Aucune capture pour l'instant."
         }
 
@@ -84,13 +69,13 @@ Control {
             objectName: "historyList"
             readonly property bool scrolls: contentHeight > height
 
-            visible: view.records.length > 0
+            visible: view.history.count > 0
             Layout.fillWidth: true
             implicitHeight: Math.min(contentHeight, 280)
             spacing: 6
             clip: true
             boundsBehavior: Flickable.StopAtBounds
-            model: view.records
+            model: view.history
 
             ScrollBar.vertical: ScrollBar {
                 objectName: "historyScrollBar"
@@ -99,8 +84,11 @@ Control {
 
             delegate: RowLayout {
                 id: row
-                required property var modelData
-                readonly property var symbol: view.symbols[row.modelData.status]
+
+                required property string fipTitle
+                required property string fipArtist
+                required property date timestamp
+                required property int status
 
                 objectName: "historyRow"
                 width: ListView.view.width - (list.scrolls ? list.ScrollBar.vertical.width + 4 : 0)
@@ -110,8 +98,14 @@ Control {
                     Layout.alignment: Qt.AlignTop
                     implicitWidth: 16
                     implicitHeight: 16
-                    name: row.symbol ? row.symbol.name : ""
-                    color: row.symbol ? row.symbol.color : "transparent"
+                    name: row.status === HistoryModel.Saved ? "checkmark-circle-fill"
+                        : row.status === HistoryModel.NoMatch ? "questionmark-circle"
+                        : row.status === HistoryModel.SaveFailed ? "exclamationmark-circle-fill"
+                        : "bookmark"
+                    color: row.status === HistoryModel.Saved ? Theme.green
+                         : row.status === HistoryModel.NoMatch ? Theme.orange
+                         : row.status === HistoryModel.SaveFailed ? Theme.red
+                         : Theme.secondary
                 }
                 ColumnLayout {
                     Layout.alignment: Qt.AlignTop
@@ -121,7 +115,7 @@ Control {
                     Label {
                         objectName: "historyTitle"
                         Layout.fillWidth: true
-                        text: row.modelData.fipTitle
+                        text: row.fipTitle
                         font.family: Theme.caption.family
                         font.pointSize: Theme.caption.pointSize
                         font.bold: true
@@ -131,7 +125,7 @@ Control {
                     }
                     Label {
                         Layout.fillWidth: true
-                        text: row.modelData.fipArtist
+                        text: row.fipArtist
                         font: Theme.caption2
                         color: Theme.secondary
                         maximumLineCount: 1
@@ -141,7 +135,7 @@ Control {
                 Label {
                     objectName: "historyTime"
                     Layout.alignment: Qt.AlignTop
-                    text: RelativeTime.since(row.modelData.timestamp, view.now)
+                    text: RelativeTime.since(row.timestamp, view.now)
                     font: Theme.caption2
                     color: Theme.secondary
                 }

@@ -3,17 +3,20 @@
 
 #include "LaunchActions.h"
 
-#include "app/AirnoteApp.h"
-#include "ui/PanelWindow.h"
+#include "app/PanelModel.h"
+#include "app/SaveWorkflow.h"
+#include "ui/PanelHost.h"
 #include "ui/TrayIcon.h"
 
 #include <QCoreApplication>
 
 namespace airnote {
 
-LaunchActions::LaunchActions(AirnoteApp *app, PanelWindow *panel, TrayIcon *trayIcon, QObject *parent)
+LaunchActions::LaunchActions(PanelModel *model, SaveWorkflow *workflow, PanelHost *panel, TrayIcon *trayIcon,
+                             QObject *parent)
     : QObject(parent)
-    , m_app(app)
+    , m_model(model)
+    , m_workflow(workflow)
     , m_panel(panel)
     , m_trayIcon(trayIcon)
 {
@@ -29,12 +32,12 @@ void LaunchActions::perform(LaunchOptions::Action action)
         showPanel();
         return;
     case Action::history:
-        m_app->onShowHistory();
+        m_model->onShowHistory();
         showPanel();
         return;
     case Action::save:
         showPanel();
-        m_app->saveOnceTrackArrives();
+        m_workflow->saveOnceTrackArrives();
         return;
     case Action::quit:
         QCoreApplication::quit();
@@ -45,7 +48,6 @@ void LaunchActions::perform(LaunchOptions::Action action)
 void LaunchActions::showPanel()
 {
     m_panel->showNextTo(m_trayIcon ? m_trayIcon->geometry() : QRect());
-    m_panel->requestActivate();
 }
 
 } // namespace airnote

@@ -9,8 +9,9 @@
 
 namespace airnote {
 
-class AirnoteApp;
-class PanelWindow;
+class PanelHost;
+class PanelModel;
+class SaveWorkflow;
 class TrayIcon;
 
 // Carries out what a start of the program asked for (--show, --save,
@@ -21,15 +22,17 @@ class LaunchActions : public QObject
 
 public:
     // trayIcon is null when the panel is an ordinary window.
-    LaunchActions(AirnoteApp *app, PanelWindow *panel, TrayIcon *trayIcon, QObject *parent = nullptr);
+    LaunchActions(PanelModel *model, SaveWorkflow *workflow, PanelHost *panel, TrayIcon *trayIcon,
+                  QObject *parent = nullptr);
 
     void perform(LaunchOptions::Action action);
 
 private:
     void showPanel();
 
-    AirnoteApp *m_app;
-    PanelWindow *m_panel;
+    PanelModel *m_model;
+    SaveWorkflow *m_workflow;
+    PanelHost *m_panel;
     TrayIcon *m_trayIcon;
 };
 

@@ -7,13 +7,13 @@ import QtQuick.Layouts
 import QtQuick.Controls.Fusion
 
 // The panel's default face: the track on air, the save button and the footer.
-Control {
+Item {
     id: view
 
-    required property QtObject fip
+    required property FIPMetadataService station
     property bool offersUpdateCheck: true
     readonly property bool isShown: Window.window !== null && Window.window.visible
-    readonly property bool showsMusic: fip.hasCurrent && fip.current.isMusicTrack
+    readonly property bool showsMusic: station.hasCurrent && station.current.isMusicTrack
 
     signal save()
     signal showHistory()
@@ -21,17 +21,21 @@ Control {
     signal quit()
 
     // Showing this face cuts the poller's wait short so the track is fresh.
-    onIsShownChanged: if (isShown) fip.cutWaitShort()
-    Component.onCompleted: if (isShown) fip.cutWaitShort()
+    onIsShownChanged: if (isShown) station.cutWaitShort()
+    Component.onCompleted: if (isShown) station.cutWaitShort()
 
     implicitWidth: 320
-    padding: 14
+    implicitHeight: layout.implicitHeight + 28
 
     component FooterButton: PlainButton {
         textColor: Theme.secondary
     }
 
-    contentItem: ColumnLayout {
+    ColumnLayout {
+        id: layout
+
+        anchors.fill: parent
+        anchors.margins: 14
         spacing: 12
 
         RowLayout {
@@ -53,7 +57,7 @@ Control {
             }
             BusyIndicator {
                 objectName: "fetchingIndicator"
-                visible: view.fip.isFetching
+                visible: view.station.isFetching
                 running: visible
                 padding: 0
                 implicitWidth: 16
@@ -66,7 +70,7 @@ Control {
             }
             TintedIcon {
                 objectName: "unreachableWarning"
-                visible: !view.fip.isFetching && !view.fip.isReachable
+                visible: !view.station.isFetching && !view.station.isReachable
                 name: "exclamationmark-triangle-fill"
                 color: Theme.orange
                 implicitWidth: 16
@@ -93,7 +97,7 @@ Control {
                 implicitWidth: 60
                 implicitHeight: 60
                 radius: 6
-                source: view.fip.current.artworkURL
+                source: view.station.current.artworkURL
                 placeholderColor: Theme.quaternaryFill
             }
             ColumnLayout {
@@ -104,7 +108,7 @@ Control {
                 Label {
                     objectName: "trackTitle"
                     Layout.fillWidth: true
-                    text: view.fip.current.title
+                    text: view.station.current.title
                     font.family: Theme.body.family
                     font.pointSize: Theme.body.pointSize
                     font.bold: true
@@ -116,7 +120,7 @@ Control {
                 Label {
                     objectName: "trackArtist"
                     Layout.fillWidth: true
-                    text: view.fip.current.artist
+                    text: view.station.current.artist
                     font: Theme.callout
                     color: Theme.secondary
                     maximumLineCount: 1
@@ -126,7 +130,7 @@ Control {
                     objectName: "trackAlbum"
                     Layout.fillWidth: true
                     visible: text !== ""
-                    text: view.fip.current.album
+                    text: view.station.current.album
                     font: Theme.caption
                     color: Theme.secondary
                     maximumLineCount: 1
@@ -151,13 +155,13 @@ Control {
 
         DimmedMessage {
             objectName: "loadingMessage"
-            visible: !view.fip.hasCurrent
+            visible: !view.station.hasCurrent
             text: "Chargement…"
         }
 
         DimmedMessage {
             objectName: "noMusicMessage"
-            visible: view.fip.hasCurrent && !view.fip.current.isMusicTrack
+            visible: view.station.hasCurrent && !view.station.current.isMusicTrack
             text: "Pas de musique en ce moment"
         }
 

@@ -1,6 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The Airnote developers
 // SPDX-License-Identifier: GPL-3.0-or-later
 
+pragma ComponentBehavior: Bound
+
 import QtQuick
 import Airnote.UI
 
@@ -11,13 +13,11 @@ import Airnote.UI
 Rectangle {
     id: panel
 
-    required property QtObject app
-    readonly property string faceKey: app.face === "sheet" ? app.sheetKey : app.face
+    required property PanelModel model
     property FaceFrame shownFace: null
     readonly property bool isShown: Window.window !== null && Window.window.visible
 
-    onIsShownChanged: if (isShown) app.onPanelAppear()
-    onFaceKeyChanged: if (shownFace) showFace(true)
+    onIsShownChanged: if (isShown) model.onPanelAppear()
     Component.onCompleted: showFace(false)
 
     color: Theme.background
@@ -27,33 +27,47 @@ Rectangle {
     width: implicitWidth
     height: implicitHeight
 
-    function faceComponent() {
-        if (app.face === "history")
+    function faceComponent(): Component {
+        switch (model.face) {
+        case PanelModel.History:
             return historyFace
-        if (app.face === "nowPlaying")
-            return nowPlayingFace
-        return app.sheet.face === "preview" ? previewFace : statusFace
+        case PanelModel.Preview:
+            return previewFace
+        case PanelModel.Status:
+            return statusFace
+        }
+        return nowPlayingFace
     }
 
-    function showFace(animated) {
+    function showFace(animated: bool) {
         if (shownFace)
             shownFace.leave()
-        shownFace = faceComponent().createObject(panel, { key: faceKey, sheet: app.sheet, opacity: animated ? 0 : 1 })
+        shownFace = faceComponent().createObject(panel, {
+            key: model.faceKey, sheet: model.workflow.sheet, opacity: animated ? 0 : 1
+        })
         shownFace.opacity = 1
     }
 
     Connections {
-        target: panel.app
+        target: panel.model
+        function onFaceChanged() {
+            panel.showFace(true)
+        }
+    }
+
+    // A new sheet with the id of the one shown updates its face in place.
+    Connections {
+        target: panel.model.workflow
         function onSheetChanged() {
-            if (panel.shownFace.key === panel.app.sheetKey)
-                panel.shownFace.sheet = panel.app.sheet
+            if (panel.shownFace.key === panel.model.faceKey)
+                panel.shownFace.sheet = panel.model.workflow.sheet
         }
     }
 
     // One face and the sheet state it shows, kept as it was while it fades out.
     component FaceFrame: Item {
         required property string key
-        property var sheet
+        property sheetState sheet
 
         objectName: "face"
         implicitWidth: childrenRect.width
@@ -83,11 +97,11 @@ Rectangle {
 
         FaceFrame {
             NowPlayingView {
-                fip: panel.app.fip
-                onSave: panel.app.onSave()
-                onShowHistory: panel.app.onShowHistory()
-                onCheckForUpdates: panel.app.onCheckForUpdates()
-                onQuit: panel.app.quit()
+                station: panel.model.station
+                onSave: panel.model.workflow.onSave()
+                onShowHistory: panel.model.onShowHistory()
+                onCheckForUpdates: panel.model.onCheckForUpdates()
+                onQuit: Qt.quit()
             }
         }
     }
@@ -97,8 +111,8 @@ Rectangle {
 
         FaceFrame {
             HistoryView {
-                history: panel.app
-                onClose: panel.app.onCloseHistory()
+                history: panel.model.history
+                onClose: panel.model.onCloseHistory()
             }
         }
     }
@@ -113,9 +127,9 @@ Rectangle {
                 fipArtist: frame.sheet.track.artist
                 fipTitle: frame.sheet.track.title
                 matches: frame.sheet.matches
-                onConfirm: songID => panel.app.onConfirm(songID)
-                onLogForLater: panel.app.onLogForLater()
-                onCancel: panel.app.onCancel()
+                onConfirm: songID => panel.model.workflow.onConfirm(songID)
+                onLogForLater: panel.model.workflow.onLogForLater()
+                onCancel: panel.model.workflow.onCancel()
             }
         }
     }

@@ -3,20 +3,19 @@
 
 #include "PanelWindow.h"
 
-#include "app/AirnoteApp.h"
+#include "app/PanelModel.h"
 
 #include <QCursor>
 #include <QGuiApplication>
 #include <QKeyEvent>
-#include <QQmlComponent>
 #include <QQuickItem>
 #include <QScreen>
 #include <QStyleHints>
 
 namespace airnote {
 
-PanelWindow::PanelWindow(AirnoteApp *app, Presentation presentation, QWindow *parent)
-    : QQuickView(parent)
+PanelWindow::PanelWindow(QQmlEngine *engine, PanelModel *model, Presentation presentation, QWindow *parent)
+    : QQuickView(engine, parent)
     , m_presentation(presentation)
 {
     setTitle(QStringLiteral("Airnote"));
@@ -25,36 +24,23 @@ PanelWindow::PanelWindow(AirnoteApp *app, Presentation presentation, QWindow *pa
         connect(this, &QWindow::activeChanged, this, &PanelWindow::hideWhenDeactivated);
     }
     setResizeMode(QQuickView::SizeViewToRootObject);
-    setInitialProperties({{QStringLiteral("app"), QVariant::fromValue(app)}});
+    setInitialProperties({{QStringLiteral("model"), QVariant::fromValue(model)}});
     setSource(QUrl(QStringLiteral("qrc:/qt-project.org/imports/Airnote/UI/PanelContent.qml")));
-    if (QQuickItem *content = rootObject()) {
-        connect(content, &QQuickItem::widthChanged, this, &PanelWindow::followContentSize);
-        connect(content, &QQuickItem::heightChanged, this, &PanelWindow::followContentSize);
-        followContentSize();
-    }
-
-    QQmlComponent dialog(engine(), QUrl(QStringLiteral("qrc:/qt-project.org/imports/Airnote/UI/UpdateDialog.qml")));
-    m_updateDialog.reset(qobject_cast<QQuickWindow *>(
-        dialog.createWithInitialProperties({{QStringLiteral("updater"), QVariant::fromValue(app->updater())}})));
-    // The dialog is compiled into the module: failing to build it is a broken build, not a runtime state.
-    if (!m_updateDialog)
-        qFatal("UpdateDialog.qml: %s", qPrintable(dialog.errorString()));
-    connect(app, &AirnoteApp::updateCheckFinished, this, &PanelWindow::showUpdateDialog);
-}
-
-PanelWindow::~PanelWindow() = default;
-
-QQuickWindow *PanelWindow::updateDialog() const
-{
-    return m_updateDialog.get();
+    // The content is compiled into the module: failing to build it is a broken build, not a runtime state.
+    if (!rootObject())
+        qFatal("PanelContent.qml: %s", qPrintable(errors().value(0).toString()));
+    connect(rootObject(), &QQuickItem::widthChanged, this, &PanelWindow::followContentSize);
+    connect(rootObject(), &QQuickItem::heightChanged, this, &PanelWindow::followContentSize);
+    followContentSize();
 }
 
 void PanelWindow::showNextTo(QRect anchor)
 {
-    if (!anchor.isValid())
-        anchor = QRect(QCursor::pos(), QSize(1, 1));
-    m_anchor = anchor;
-    placeNextToAnchor(size());
+    // An ordinary window is placed by the window manager.
+    if (m_presentation == Presentation::Attached) {
+        m_anchor = anchor.isValid() ? anchor : QRect(QCursor::pos(), QSize(1, 1));
+        placeNextToAnchor(size());
+    }
     show();
     raise();
     requestActivate();
@@ -89,17 +75,6 @@ void PanelWindow::keyPressEvent(QKeyEvent *event)
         return;
     }
     QQuickView::keyPressEvent(event);
-}
-
-void PanelWindow::showUpdateDialog()
-{
-    // A window of its own rather than one tied to the panel: a scheduled check
-    // can find an update while the panel is closed.
-    const QRect available = (isVisible() ? screen() : QGuiApplication::primaryScreen())->availableGeometry();
-    m_updateDialog->setPosition(available.center() - QPoint(m_updateDialog->width() / 2, m_updateDialog->height() / 2));
-    m_updateDialog->show();
-    m_updateDialog->raise();
-    m_updateDialog->requestActivate();
 }
 
 void PanelWindow::followContentSize()

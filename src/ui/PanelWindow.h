@@ -6,11 +6,9 @@
 #include <QElapsedTimer>
 #include <QQuickView>
 
-#include <memory>
-
 namespace airnote {
 
-class AirnoteApp;
+class PanelModel;
 
 // The window that holds the panel's content. Attached, it is a frameless panel
 // opened next to the tray icon that hides when it loses focus; windowed, it is
@@ -22,16 +20,14 @@ class PanelWindow : public QQuickView
 public:
     enum class Presentation { Attached, Windowed };
 
-    PanelWindow(AirnoteApp *app, Presentation presentation, QWindow *parent = nullptr);
-    ~PanelWindow() override;
+    // The content comes from engine, which must outlive the window.
+    PanelWindow(QQmlEngine *engine, PanelModel *model, Presentation presentation, QWindow *parent = nullptr);
 
     // anchor: the tray icon's geometry, or an invalid rectangle when the
-    // desktop does not tell it; the cursor position stands in then.
+    // desktop does not tell it; the cursor position stands in then. Only the
+    // attached panel is placed; an ordinary window is placed by the window manager.
     void showNextTo(QRect anchor);
     void toggleNextTo(QRect anchor);
-
-    // The small window answering "Vérifier les màj"; it shows itself when a check ends.
-    QQuickWindow *updateDialog() const;
 
     // Where a panel of the given size opens: centred under the anchor, or above
     // it when the anchor sits in the lower half, kept inside the available area.
@@ -44,12 +40,10 @@ private:
     void followContentSize();
     void placeNextToAnchor(QSize panelSize);
     void hideWhenDeactivated();
-    void showUpdateDialog();
 
     Presentation m_presentation;
     QRect m_anchor;  // where the panel was last opened
     QElapsedTimer m_sinceHiddenByDeactivation;
-    std::unique_ptr<QQuickWindow> m_updateDialog;
 };
 
 } // namespace airnote

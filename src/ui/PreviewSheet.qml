@@ -1,6 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The Airnote developers
 // SPDX-License-Identifier: GPL-3.0-or-later
 
+pragma ComponentBehavior: Bound
+
 import QtQuick
 import Airnote.UI
 import QtQuick.Layouts
@@ -30,7 +32,7 @@ Control {
 
     // Enabled with the sheet, so a sheet fading out no longer answers keys.
     Shortcut {
-        sequences: [StandardKey.Cancel]
+        sequences: ["Escape"]
         enabled: sheet.enabled
         onActivated: sheet.cancel()
     }
@@ -50,15 +52,25 @@ Control {
     component CandidateCard: AbstractButton {
         id: card
 
-        required property var modelData
+        required property catalogMatch modelData
         readonly property bool isSelected: sheet.selectedID === modelData.song.id
+        readonly property int grade: ConfidenceGrade.grade(modelData.confidence)
+        readonly property color tint: grade === ConfidenceGrade.High ? Theme.green
+                                    : grade === ConfidenceGrade.Fair ? Theme.orange
+                                    : Theme.red
 
         objectName: "candidate"
         Layout.fillWidth: true
         padding: 8
+        implicitWidth: row.implicitWidth + leftPadding + rightPadding
+        implicitHeight: row.implicitHeight + topPadding + bottomPadding
         onClicked: sheet.selectedID = modelData.song.id
 
-        contentItem: RowLayout {
+        RowLayout {
+            id: row
+
+            anchors.fill: parent
+            anchors.margins: card.padding
             spacing: 10
 
             RoundedImage {
@@ -119,17 +131,16 @@ Control {
             Label {
                 id: badge
                 objectName: "confidenceBadge"
-                readonly property color tint: Theme[ConfidenceGrade.colourName(card.modelData.confidence)]
                 text: ConfidenceGrade.text(card.modelData.confidence)
                 font: Theme.caption2
-                color: tint
+                color: card.tint
                 leftPadding: 6
                 rightPadding: 6
                 topPadding: 2
                 bottomPadding: 2
                 background: Rectangle {
                     radius: height / 2
-                    color: Theme.withAlpha(badge.tint, 0.15)
+                    color: Theme.withAlpha(card.tint, 0.15)
                 }
             }
         }

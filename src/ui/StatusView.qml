@@ -10,17 +10,17 @@ import QtQuick.Controls.Fusion
 Control {
     id: card
 
-    // "loading", "success", "info" or "failure".
-    property string kind: "loading"
+    property int kind: StatusKind.Loading
     property string title
     // Empty: no subtitle line at all.
     property string subtitle
 
-    readonly property var symbols: ({
-        success: { name: "checkmark-circle-fill", color: Theme.green },
-        info: { name: "info-circle-fill", color: Theme.blue },
-        failure: { name: "exclamationmark-triangle-fill", color: Theme.orange }
-    })
+    readonly property string symbolName: kind === StatusKind.Success ? "checkmark-circle-fill"
+                                       : kind === StatusKind.Info ? "info-circle-fill"
+                                       : "exclamationmark-triangle-fill"
+    readonly property color symbolColor: kind === StatusKind.Success ? Theme.green
+                                       : kind === StatusKind.Info ? Theme.blue
+                                       : Theme.orange
 
     implicitWidth: 360
     padding: 16
@@ -37,15 +37,15 @@ Control {
                 objectName: "statusSpinner"
                 anchors.fill: parent
                 padding: 0
-                visible: card.kind === "loading"
+                visible: card.kind === StatusKind.Loading
                 running: visible
             }
             TintedIcon {
                 objectName: "statusIcon"
                 anchors.fill: parent
-                visible: card.kind !== "loading"
-                name: card.symbols[card.kind] ? card.symbols[card.kind].name : ""
-                color: card.symbols[card.kind] ? card.symbols[card.kind].color : "transparent"
+                visible: card.kind !== StatusKind.Loading
+                name: card.symbolName
+                color: card.symbolColor
             }
         }
 

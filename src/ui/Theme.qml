@@ -13,7 +13,10 @@ QtObject {
     }
     readonly property bool isDark: palette.window.hslLightness < 0.5
 
-    readonly property font body: Qt.application.font
+    // The application's font. Qt.application.font holds it too, but Qt's type
+    // description of Qt.application lacks the property, which qmllint reports.
+    readonly property TextMetrics applicationText: TextMetrics {}
+    readonly property font body: applicationText.font
     readonly property real bodySize: body.pointSize > 0 ? body.pointSize : 10
     readonly property font headline: Qt.font({ family: body.family, pointSize: bodySize, weight: Font.DemiBold })
     readonly property font callout: Qt.font({ family: body.family, pointSize: bodySize * 12 / 13 })

@@ -3,21 +3,21 @@
 
 #include "TrayIcon.h"
 
-#include "PanelWindow.h"
+#include "PanelHost.h"
 #include "TintedIcon.h"
-#include "app/AirnoteApp.h"
 #include "platform/MusicAuthorization.h"
 
+#include <QCoreApplication>
 #include <QGuiApplication>
 #include <QPalette>
 #include <QPixmap>
 
 namespace airnote {
 
-TrayIcon::TrayIcon(PanelWindow *panel, AirnoteApp *app, QObject *parent)
+TrayIcon::TrayIcon(PanelHost *panel, MusicAuthorization *authorization, QObject *parent)
     : QSystemTrayIcon(parent)
     , m_panel(panel)
-    , m_authorization(app->authorization())
+    , m_authorization(authorization)
 {
     // Tray panels draw their icons in the desktop's text colour; the palette is our best guess of it.
     const QColor ink = QGuiApplication::palette().color(QPalette::WindowText);
@@ -27,7 +27,7 @@ TrayIcon::TrayIcon(PanelWindow *panel, AirnoteApp *app, QObject *parent)
     m_menu.addAction(QStringLiteral("Ouvrir"), panel, [this] { m_panel->showNextTo(geometry()); });
     m_accountAction = m_menu.addAction(QString(), this, &TrayIcon::signInOrOut);
     m_menu.addSeparator();
-    m_menu.addAction(QStringLiteral("Quitter"), app, &AirnoteApp::quit);
+    m_menu.addAction(QStringLiteral("Quitter"), QCoreApplication::instance(), &QCoreApplication::quit);
     setContextMenu(&m_menu);
     showAuthorization();
     connect(m_authorization, &MusicAuthorization::statusChanged, this, &TrayIcon::showAuthorization);

@@ -8,9 +8,8 @@
 
 namespace airnote {
 
-class AirnoteApp;
 class MusicAuthorization;
-class PanelWindow;
+class PanelHost;
 
 // The radio in the tray: a click opens or closes the panel next to it; a menu
 // offers the same for desktops that only open menus from tray icons, and the
@@ -20,14 +19,14 @@ class TrayIcon : public QSystemTrayIcon
     Q_OBJECT
 
 public:
-    TrayIcon(PanelWindow *panel, AirnoteApp *app, QObject *parent = nullptr);
+    TrayIcon(PanelHost *panel, MusicAuthorization *authorization, QObject *parent = nullptr);
 
 private:
     void onActivated(QSystemTrayIcon::ActivationReason reason);
     void showAuthorization();
     void signInOrOut();
 
-    PanelWindow *m_panel;
+    PanelHost *m_panel;
     MusicAuthorization *m_authorization;
     QMenu m_menu;
     QAction *m_accountAction;

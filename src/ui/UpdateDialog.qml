@@ -11,7 +11,7 @@ import QtQuick.Controls.Fusion
 Window {
     id: dialog
 
-    required property QtObject updater
+    required property UpdateChecker updater
 
     objectName: "updateDialog"
     title: "Airnote"
@@ -25,7 +25,7 @@ Window {
     maximumHeight: height
 
     Shortcut {
-        sequences: [StandardKey.Cancel, "Return", "Enter"]
+        sequences: ["Escape", "Return", "Enter"]
         onActivated: dialog.close()
     }
 
@@ -53,7 +53,7 @@ Window {
                 PlainButton {
                     objectName: "downloadLink"
                     // Only an available update carries a download address.
-                    visible: dialog.updater.downloadURL.toString() !== ""
+                    visible: dialog.updater.state === UpdateChecker.UpdateAvailable
                     text: "Télécharger"
                     font: Qt.font({ family: Theme.body.family, pointSize: Theme.body.pointSize, underline: true })
                     textColor: Theme.accent

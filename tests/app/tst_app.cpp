@@ -3,14 +3,13 @@
 
 #include "app/AirnoteApp.h"
 #include "app/CommandLine.h"
-#include "support/TestServices.h"
+#include "music/AppleMusicService.h"
+#include "station/FIPMetadataService.h"
 #include "fakes/FakeAppleMusic.h"
 #include "fakes/LoopbackHttpServer.h"
-#include "history/CaptureStore.h"
-#include "music/AppleMusicService.h"
-#include "platform/MusicAuthorization.h"
-#include "platform/MusicUserTokenProvider.h"
-#include "station/FIPMetadataService.h"
+#include "support/LogCapture.h"
+#include "support/TestServices.h"
+#include "support/WaitFor.h"
 
 #include <QFile>
 #include <QJsonArray>
@@ -30,13 +29,6 @@ using Endpoint = FakeAppleMusic::Endpoint;
 
 namespace {
 
-QStringList loggedMessages;
-
-void recordMessage(QtMsgType, const QMessageLogContext &, const QString &message)
-{
-    loggedMessages.append(message);
-}
-
 QByteArray stationDocument(const QString &title, const QString &artist, bool music = true)
 {
     QJsonObject now{{u"firstLine"_s, title}, {u"secondLine"_s, artist}, {u"startTime"_s, 1795000000}};
@@ -45,28 +37,11 @@ QByteArray stationDocument(const QString &title, const QString &artist, bool mus
     return QJsonDocument(QJsonObject{{u"now"_s, now}}).toJson();
 }
 
-FIPTrack track(const QString &title, const QString &artist)
-{
-    FIPTrack value;
-    value.title = title;
-    value.artist = artist;
-    return value;
-}
-
-CatalogMatch match(const QString &id, double confidence = 0.9)
-{
-    CatalogMatch value;
-    value.song.id = id;
-    value.song.title = u"Song"_s;
-    value.song.artistName = u"Artist"_s;
-    value.confidence = confidence;
-    return value;
-}
-
 } // namespace
 
-// The save workflow driven through the real services, against the loopback
-// fakes of the station and of Apple Music, with a real history file.
+// The save workflow and the panel model driven through the real services,
+// against the loopback fakes of the station and of Apple Music, with a real
+// history file.
 class AppTest : public QObject
 {
     Q_OBJECT
@@ -78,45 +53,43 @@ private:
     QByteArray m_document;
     std::unique_ptr<FakeAppleMusic> m_music;
     std::unique_ptr<AirnoteApp> m_app;
-    QStringList m_faces;  // every sheet key the panel was shown, in order
+    QStringList m_faces;  // every face key the panel was shown, in order
 
     void startApp(const QByteArray &document)
     {
         m_document = document;
-        m_app = std::make_unique<AirnoteApp>(testing::servicesFor(&m_network, m_station.url(u"/live"_s), m_home.path(), m_music.get()));
-        m_app->setHoldUnit(std::chrono::milliseconds(2));
+        m_app = std::make_unique<AirnoteApp>(
+            testing::servicesFor(&m_network, m_station.url(u"/live"_s), m_home.path(), m_music.get()));
+        m_app->workflow()->setHoldUnit(std::chrono::milliseconds(2));
         m_faces.clear();
-        connect(m_app.get(), &AirnoteApp::sheetChanged, this, [this] { m_faces.append(m_app->sheetKey()); });
+        connect(m_app->panel(), &PanelModel::faceChanged, this, [this] { m_faces.append(m_app->panel()->faceKey()); });
         QSignalSpy polled(m_app->fip(), &FIPMetadataService::currentChanged);
-        m_app->onPanelAppear();
+        m_app->panel()->onPanelAppear();
         QVERIFY(polled.wait());
     }
 
     QList<CaptureRecord> history()
     {
         CaptureStore reader(m_home.path());
-        std::optional<QList<CaptureRecord>> records;
-        auto read = [](CaptureStore &store, std::optional<QList<CaptureRecord>> &out) -> QCoro::Task<> {
-            out = co_await store.loadAll();
-        };
-        read(reader, records);
-        if (!QTest::qWaitFor([&records] { return records.has_value(); }))
-            QTest::qFail("the history was not read in time", __FILE__, __LINE__);
-        return records.value_or(QList<CaptureRecord>{});
+        return testing::waitFor(reader.loadAll());
     }
 
-    // The flow has ended once the panel went back to no sheet.
+    void waitForPreview()
+    {
+        QTRY_COMPARE(m_app->panel()->face(), PanelModel::Preview);
+    }
+
+    // The flow has ended once the panel is back on the track on air.
     void waitForNowPlaying()
     {
-        QTRY_VERIFY(!m_faces.isEmpty() && m_faces.last() == u"nil"_s);
-        QCOMPARE(m_app->face(), u"nowPlaying"_s);
+        QTRY_VERIFY(!m_faces.isEmpty() && m_faces.last() == u"nowPlaying"_s);
+        QCOMPARE(m_app->panel()->face(), PanelModel::NowPlaying);
     }
 
 private Q_SLOTS:
     void initTestCase()
     {
         QStandardPaths::setTestModeEnabled(true);
-        qInstallMessageHandler(recordMessage);
         m_network.setTransferTimeout(5000);
         m_station.setHandler([this](const HttpRequest &) { return HttpReply::json(200, m_document); });
         QVERIFY(m_station.listen());
@@ -133,7 +106,6 @@ private Q_SLOTS:
         });
         QVERIFY(m_music->listen());
         qputenv("AIRNOTE_MUSIC_USER_TOKEN", m_music->musicUserToken().toUtf8());
-        loggedMessages.clear();
     }
 
     void cleanup()
@@ -143,45 +115,22 @@ private Q_SLOTS:
         qunsetenv("AIRNOTE_MUSIC_USER_TOKEN");
     }
 
-    void sheetStatesAreIdentifiedByTheirId_data()
-    {
-        QTest::addColumn<SheetState>("state");
-        QTest::addColumn<QString>("id");
-        const FIPTrack onAir = track(u"Title"_s, u"Artist"_s);
-        QTest::newRow("searching") << SheetState(SheetState::Searching{onAir}) << u"searching-Title-Artist"_s;
-        QTest::newRow("preview") << SheetState(SheetState::Preview{onAir, {match(u"9"_s)}}) << u"preview-Title-Artist"_s;
-        QTest::newRow("saving") << SheetState(SheetState::Saving{onAir, match(u"42"_s)}) << u"saving-Title-42"_s;
-        QTest::newRow("success") << SheetState(SheetState::Success{u"Artist"_s, u"Title"_s}) << u"success-Title-Artist"_s;
-        QTest::newRow("already") << SheetState(SheetState::AlreadySaved{u"A"_s, u"T"_s}) << u"already-T-A"_s;
-        QTest::newRow("failure") << SheetState(SheetState::Failure{u"boom"_s}) << u"failure-boom"_s;
-    }
-
-    void sheetStatesAreIdentifiedByTheirId()
-    {
-        QFETCH(SheetState, state);
-        QFETCH(QString, id);
-        QCOMPARE(state.id(), id);
-        const FIPTrack onAir = track(u"Title"_s, u"Artist"_s);
-        const SheetState otherMatches = SheetState::Preview{onAir, {match(u"1"_s), match(u"2"_s)}};
-        QCOMPARE(state == otherMatches, id == u"preview-Title-Artist"_s);
-    }
-
     void savesTheConfirmedCandidateOnce()
     {
+        testing::LogCapture log;
         startApp(stationDocument(u"Harbour Lights"_s, u"Mira & Sol"_s));
-        m_app->onSave();
-        QTRY_COMPARE(m_app->face(), u"sheet"_s);
-        QTRY_COMPARE(m_app->sheet()->face(), u"preview"_s);
+        m_app->workflow()->onSave();
+        waitForPreview();
         QCOMPARE(m_faces.first(), u"searching-Harbour Lights-Mira & Sol"_s);
-        const QVariantList matches = m_app->sheet()->matchList();
-        QCOMPARE(matches.size(), 2);
-        const CatalogMatch chosen = std::get<SheetState::Preview>(m_app->sheet()->value()).matches.first();
+        const auto &preview = std::get<SheetState::Preview>(m_app->workflow()->sheet()->value());
+        QCOMPARE(preview.matches.size(), 2);
+        const CatalogMatch chosen = preview.matches.first();
 
-        m_app->onConfirm(chosen.song.id);
-        m_app->onConfirm(chosen.song.id);  // a second Return must not save twice
+        m_app->workflow()->onConfirm(chosen.song.id);
+        m_app->workflow()->onConfirm(chosen.song.id);  // a second Return must not save twice
         waitForNowPlaying();
         QCOMPARE(m_faces.mid(2), (QStringList{u"saving-Harbour Lights-1712000001"_s,
-                                              u"success-Harbour Lights (Remastered)-Mira and Sol"_s, u"nil"_s}));
+                                              u"success-Harbour Lights (Remastered)-Mira and Sol"_s, u"nowPlaying"_s}));
         QCOMPARE(m_music->library(), QStringList{u"1712000001"_s});
         QCOMPARE(m_music->requestsTo(Endpoint::libraryAddition).size(), 1);
 
@@ -195,12 +144,12 @@ private Q_SLOTS:
 
         // The same track again within five minutes: refused without a search.
         m_faces.clear();
-        m_app->onSave();
+        m_app->workflow()->onSave();
         waitForNowPlaying();
-        QCOMPARE(m_faces, (QStringList{u"already-Harbour Lights-Mira & Sol"_s, u"nil"_s}));
+        QCOMPARE(m_faces, (QStringList{u"already-Harbour Lights-Mira & Sol"_s, u"nowPlaying"_s}));
         QCOMPARE(m_music->requestsTo(Endpoint::catalogSearch).size(), 1);
         QCOMPARE(history().size(), 1);
-        QVERIFY(loggedMessages.contains(u"Duplicate save blocked: Harbour Lights"_s));
+        QVERIFY(log.messagesOf("com.velmorin.Airnote.music").contains(u"Duplicate save blocked: Harbour Lights"_s));
     }
 
     void showsFailuresAndRecordsOnlyFailedAdditions_data()
@@ -217,19 +166,19 @@ private Q_SLOTS:
         QFETCH(Endpoint, failing);
         QFETCH(bool, recorded);
         QFETCH(QString, logPrefix);
+        testing::LogCapture log;
         startApp(stationDocument(u"Harbour Lights"_s, u"Mira & Sol"_s));
         m_music->replyNext(failing, HttpReply::text(500, "upstream down"));
         const QString message = u"API Apple Music erreur 500 : upstream down"_s;
 
-        m_app->onSave();
+        m_app->workflow()->onSave();
         if (recorded) {
-            QTRY_COMPARE(m_app->sheet() && m_app->sheet()->face() == u"preview"_s, true);
-            m_app->onConfirm(u"1712000001"_s);
+            waitForPreview();
+            m_app->workflow()->onConfirm(u"1712000001"_s);
         }
         waitForNowPlaying();
         QVERIFY(m_faces.contains(u"failure-"_s + message));
-        QCOMPARE(m_faces.last(), u"nil"_s);
-        QVERIFY(loggedMessages.contains(logPrefix + message));
+        QVERIFY(log.messagesOf("com.velmorin.Airnote.music").contains(logPrefix + message));
 
         const QList<CaptureRecord> records = history();
         QCOMPARE(records.size(), recorded ? 1 : 0);
@@ -251,18 +200,17 @@ private Q_SLOTS:
     {
         QFETCH(bool, logForLater);
         startApp(stationDocument(u"Unknown Song"_s, u"Nobody"_s));
-        m_app->onSave();
-        QTRY_COMPARE(m_app->sheet() && m_app->sheet()->face() == u"preview"_s, true);
-        QVERIFY(m_app->sheet()->matchList().isEmpty());
+        m_app->workflow()->onSave();
+        waitForPreview();
+        QVERIFY(m_app->workflow()->sheet()->matchList().isEmpty());
 
         if (logForLater)
-            m_app->onLogForLater();
+            m_app->workflow()->onLogForLater();
         else
-            m_app->onCancel();
+            m_app->workflow()->onCancel();
         waitForNowPlaying();
         const QList<CaptureRecord> records = history();
         if (!logForLater) {
-            QCOMPARE(m_faces.last(), u"nil"_s);
             QVERIFY(records.isEmpty());
             return;
         }
@@ -276,35 +224,40 @@ private Q_SLOTS:
     void ignoresSaveWithoutAMusicTrackOrTwice()
     {
         startApp(stationDocument(u"Le direct"_s, u"FIP"_s, false));
-        m_app->onSave();
-        QCOMPARE(m_app->face(), u"nowPlaying"_s);
+        m_app->workflow()->onSave();
+        QCOMPARE(m_app->panel()->face(), PanelModel::NowPlaying);
 
         m_document = stationDocument(u"Harbour Lights"_s, u"Mira & Sol"_s);
         QSignalSpy polled(m_app->fip(), &FIPMetadataService::currentChanged);
         m_app->fip()->cutWaitShort();
         QVERIFY(polled.wait());
-        m_app->onSave();
-        m_app->onSave();
-        QTRY_COMPARE(m_app->sheet() && m_app->sheet()->face() == u"preview"_s, true);
+        m_app->workflow()->onSave();
+        m_app->workflow()->onSave();
+        waitForPreview();
         QCOMPARE(m_music->requestsTo(Endpoint::catalogSearch).size(), 1);
-        m_app->onCancel();
-        QCOMPARE(m_faces.count(u"nil"_s), 1);
+        m_app->workflow()->onCancel();
+        QCOMPARE(m_faces.count(u"nowPlaying"_s), 1);
         QVERIFY(history().isEmpty());
     }
 
+    // The history covers the sheet; a new sheet of the same id changes no face.
     void historyFaceHasPriorityOverTheSheet()
     {
         startApp(stationDocument(u"Harbour Lights"_s, u"Mira & Sol"_s));
-        QSignalSpy faces(m_app.get(), &AirnoteApp::faceChanged);
-        m_app->onShowHistory();
-        m_app->onSave();
-        QTRY_VERIFY(m_app->sheet() && m_app->sheet()->face() == u"preview"_s);
-        QCOMPARE(m_app->face(), u"history"_s);
-        QCOMPARE(faces.count(), 1);
-        m_app->onCloseHistory();
-        QCOMPARE(m_app->face(), u"sheet"_s);
-        m_app->onCancel();
-        QCOMPARE(m_app->face(), u"nowPlaying"_s);
+        PanelModel *panel = m_app->panel();
+        panel->onShowHistory();
+        m_app->workflow()->onSave();
+        QTRY_VERIFY(m_app->workflow()->sheet() && m_app->workflow()->sheet()->isPreview());
+        QCOMPARE(m_faces, QStringList{u"history"_s});
+        panel->onCloseHistory();
+        QCOMPARE(panel->face(), PanelModel::Preview);
+
+        QSignalSpy faces(panel, &PanelModel::faceChanged);
+        const SheetState::Preview preview = std::get<SheetState::Preview>(m_app->workflow()->sheet()->value());
+        QVERIFY(SheetState(preview) == SheetState(SheetState::Preview{preview.track, {}}));
+        m_app->workflow()->onCancel();
+        QCOMPARE(panel->face(), PanelModel::NowPlaying);
+        QCOMPARE(faces.size(), 1);
     }
 
     void parsesTheCommandLine_data()

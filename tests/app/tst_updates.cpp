@@ -3,6 +3,7 @@
 
 #include "app/UpdateChecker.h"
 #include "fakes/LoopbackHttpServer.h"
+#include "support/Fixtures.h"
 
 #include <QFile>
 #include <QNetworkAccessManager>
@@ -19,18 +20,6 @@
 using namespace airnote;
 using airnote::fakes::HttpReply;
 using State = UpdateChecker::State;
-
-namespace {
-
-QByteArray fixtureAppcast()
-{
-    QFile file(QStringLiteral(AIRNOTE_FIXTURES_DIR "/appcast.xml"));
-    if (!file.open(QIODevice::ReadOnly))
-        qFatal("cannot read the appcast fixture");
-    return file.readAll();
-}
-
-} // namespace
 
 class UpdateCheckerTest : public QObject
 {
@@ -53,7 +42,7 @@ private Q_SLOTS:
         QTest::addColumn<QString>("runningVersion");
         QTest::addColumn<State>("expectedState");
         QTest::addColumn<QString>("expectedText");
-        const QByteArray feed = fixtureAppcast();
+        const QByteArray feed = testing::fixture(QStringLiteral("appcast.xml"));
         QTest::newRow("older") << 200 << feed << "1.1.0" << State::UpdateAvailable << "Airnote 1.2.0 est disponible (version installée : 1.1.0)";
         QTest::newRow("same, written shorter") << 200 << feed << "1.2" << State::UpToDate << "Airnote est à jour";
         QTest::newRow("newer by number") << 200 << feed << "1.10" << State::UpToDate << "Airnote est à jour";
@@ -115,7 +104,7 @@ private Q_SLOTS:
         QFETCH(QString, runningVersion);
         QFETCH(bool, announcesEachCheck);
         m_server.clearRequests();
-        m_server.setHandler([](const auto &) { return HttpReply::text(200, fixtureAppcast()); });
+        m_server.setHandler([](const auto &) { return HttpReply::text(200, testing::fixture(QStringLiteral("appcast.xml"))); });
         UpdateChecker checker(&m_network, m_server.url(QStringLiteral("/appcast.xml")), runningVersion, std::chrono::milliseconds(20));
         QSignalSpy announced(&checker, &UpdateChecker::resultReady);
         int finishedChecks = 0;

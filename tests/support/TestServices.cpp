@@ -3,7 +3,11 @@
 
 #include "TestServices.h"
 
+#include "app/UpdateChecker.h"
 #include "fakes/FakeAppleMusic.h"
+#include "music/AppleMusicService.h"
+#include "platform/MusicAuthorization.h"
+#include "station/FIPMetadataService.h"
 #include "platform/MusicUserTokenProvider.h"
 
 #include <QDir>

@@ -2,14 +2,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 
 #include "app/AirnoteApp.h"
-#include "support/TestServices.h"
+#include "app/UpdateChecker.h"
 #include "fakes/FakeAppleMusic.h"
 #include "fakes/LoopbackHttpServer.h"
 #include "history/CaptureRecord.h"
 #include "platform/MusicAuthorization.h"
 #include "station/FIPMetadataService.h"
+#include "support/Fixtures.h"
+#include "support/TestServices.h"
 #include "ui/ConfidenceGrade.h"
-#include "ui/PanelWindow.h"
+#include "ui/PanelHost.h"
 #include "ui/RelativeTime.h"
 #include "ui/TrayIcon.h"
 
@@ -21,6 +23,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QMenu>
+#include <QMetaEnum>
 #include <QNetworkAccessManager>
 #include <QQuickItem>
 #include <QSignalSpy>
@@ -39,19 +42,13 @@ using namespace airnote;
 using namespace airnote::fakes;
 using namespace std::chrono_literals;
 using Endpoint = FakeAppleMusic::Endpoint;
+using testing::fixture;
 
 namespace {
 
 const QString stationPath = QStringLiteral("/livemeta/live/7/webrf_fip_player");
 const QColor coverColour(200, 40, 120);
 const QColor artworkColour(30, 150, 200);
-
-QByteArray fixture(const QString &name)
-{
-    QFile file(QStringLiteral(AIRNOTE_FIXTURES_DIR "/") + name);
-    file.open(QIODevice::ReadOnly);
-    return file.readAll();
-}
 
 // A flat colour survives lossy codecs, such as the WebP of the station's covers.
 QByteArray flatImage(const QColor &colour, const char *format)
@@ -168,7 +165,7 @@ struct PanelUnderTest
                             const QString &runningVersion = {})
         : app(servicesFor(music, history, runningVersion))
         , fip(*app.fip())
-        , window(&app, PanelWindow::Presentation::Windowed)
+        , host(app.panel(), app.updater(), PanelWindow::Presentation::Windowed, 1h)
     {
         fip.setWaitUnit(1min);
     }
@@ -190,7 +187,15 @@ struct PanelUnderTest
         return services;
     }
 
-    QQuickItem *content() const { return window.rootObject(); }
+    // The window, built by its first showing.
+    PanelWindow &window() const { return *host.window(); }
+    QQuickItem *content() const { return window().rootObject(); }
+
+    bool show()
+    {
+        host.showNextTo(QRect());
+        return QTest::qWaitForWindowExposed(&window());
+    }
 
     // The pixels once the window has caught up with its content: a grab lays the
     // content out, the window then resizes, and the X server applies the new size later.
@@ -198,9 +203,9 @@ struct PanelUnderTest
     {
         QImage image;
         const bool settled = QTest::qWaitFor([&] {
-            image = window.grabWindow();
-            return window.size() == content()->size().toSize()
-                && image.size() == window.size() * image.devicePixelRatio();
+            image = window().grabWindow();
+            return window().size() == content()->size().toSize()
+                && image.size() == window().size() * image.devicePixelRatio();
         });
         if (!settled)
             qWarning() << "the window never matched its content's size" << image.size();
@@ -217,7 +222,7 @@ struct PanelUnderTest
         const bool settled = QTest::qWaitFor([&] {
             const QList<QQuickItem *> shown = faces();
             return shown.size() == 1 && shown[0]->property("key").toString().startsWith(keyStart)
-                && shown[0]->opacity() == 1.0 && window.size() == content()->size().toSize();
+                && shown[0]->opacity() == 1.0 && window().size() == content()->size().toSize();
         }, 10000);
         return settled ? faces().constFirst() : nullptr;
     }
@@ -225,16 +230,14 @@ struct PanelUnderTest
     // Active, so that the sheets' keyboard shortcuts answer.
     bool showAndPoll()
     {
-        window.show();
-        window.requestActivate();
-        return QTest::qWaitForWindowActive(&window) && QTest::qWaitFor([this] { return fip.hasCurrent(); });
+        return show() && QTest::qWaitForWindowActive(&window()) && QTest::qWaitFor([this] { return fip.hasCurrent(); });
     }
 
     bool clickOnNowPlaying(const QString &button)
     {
         QQuickItem *nowPlaying = settledFace(QStringLiteral("nowPlaying"));
         if (nowPlaying)
-            click(window, itemNamed(nowPlaying, button));
+            click(window(), itemNamed(nowPlaying, button));
         return nowPlaying;
     }
 
@@ -242,7 +245,7 @@ struct PanelUnderTest
     QNetworkAccessManager network;
     AirnoteApp app;
     FIPMetadataService &fip;
-    PanelWindow window;
+    PanelHost host;
 };
 
 } // namespace
@@ -354,8 +357,7 @@ private Q_SLOTS:
         PanelUnderTest panel;
         QTest::qWait(0);
         QCOMPARE(stationRequestCount(), 0);
-        panel.window.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&panel.window));
+        QVERIFY(panel.show());
 
         auto *artworkItem = itemNamed(panel.content(), QStringLiteral("artwork"));
         for (qsizetype poll = 1; poll <= script.size(); ++poll) {
@@ -390,19 +392,19 @@ private Q_SLOTS:
             QVERIFY(!isVisible(panel.content(), QStringLiteral("trackAlbum")));
         }
         if (!toolTip.isEmpty()) {
-            QVERIFY(!showsText(panel.window.contentItem(), toolTip));
+            QVERIFY(!showsText(panel.window().contentItem(), toolTip));
             // Qt drops a move to where the pointer already is, such as the previous row's spot.
-            QTest::mouseMove(&panel.window, QPoint(1, 1));
+            QTest::mouseMove(&panel.window(), QPoint(1, 1));
             QQuickItem *hovered = itemNamed(panel.content(), shown.constLast());
-            QTest::mouseMove(&panel.window, hovered->mapToScene(hovered->boundingRect().center()).toPoint());
-            QTRY_VERIFY(showsText(panel.window.contentItem(), toolTip));
+            QTest::mouseMove(&panel.window(), hovered->mapToScene(hovered->boundingRect().center()).toPoint());
+            QTRY_VERIFY(showsText(panel.window().contentItem(), toolTip));
         }
         saveScreenshot(panel.grab());
 
         if (!hangs) {
             // Reopened during a wait of minutes: the panel must not show a stale track.
-            panel.window.hide();
-            panel.window.show();
+            panel.window().hide();
+            panel.window().show();
             QTRY_COMPARE(stationRequestCount(), script.size() + 1);
             QTRY_VERIFY(panel.fip.isWaiting());
         }
@@ -414,7 +416,9 @@ private Q_SLOTS:
         QTest::addColumn<QString>("expected");
 
         const auto badge = [](double confidence) {
-            return ConfidenceGrade::text(confidence) + QLatin1Char(' ') + ConfidenceGrade::colourName(confidence);
+            const QMetaEnum grades = QMetaEnum::fromType<ConfidenceGrade::Grade>();
+            return ConfidenceGrade::text(confidence) + QLatin1Char(' ')
+                + QLatin1String(grades.valueToKey(ConfidenceGrade::grade(confidence)));
         };
         const QDateTime now = QDateTime::currentDateTimeUtc();
         const auto ago = [&now](qint64 seconds) { return RelativeTime::since(now.addSecs(-seconds), now); };
@@ -422,11 +426,11 @@ private Q_SLOTS:
             const QPoint origin = PanelWindow::placement(anchor, QSize(320, 200), QRect(0, 0, 1280, 800));
             return QStringLiteral("%1,%2").arg(origin.x()).arg(origin.y());
         };
-        QTest::newRow("badge at the green threshold") << badge(0.85) << "85% green";
-        QTest::newRow("badge just under it") << badge(0.8499) << "84% orange";
-        QTest::newRow("badge truncated, not rounded") << badge(0.999) << "99% green";
-        QTest::newRow("badge at the orange threshold") << badge(0.5) << "50% orange";
-        QTest::newRow("badge under it") << badge(0.49) << "49% red";
+        QTest::newRow("badge at the green threshold") << badge(0.85) << "85% High";
+        QTest::newRow("badge just under it") << badge(0.8499) << "84% Fair";
+        QTest::newRow("badge truncated, not rounded") << badge(0.999) << "99% High";
+        QTest::newRow("badge at the orange threshold") << badge(0.5) << "50% Fair";
+        QTest::newRow("badge under it") << badge(0.49) << "49% Low";
         QTest::newRow("just now") << ago(59) << "à l'instant";
         QTest::newRow("clock set back") << ago(-300) << "à l'instant";
         QTest::newRow("last minute of the hour") << ago(3599) << "il y a 59 min";
@@ -521,7 +525,7 @@ private Q_SLOTS:
             : QByteArray();
         PanelUnderTest panel(m_music.get(), history);
         // Long enough to see the outcome cards; the test ends before they go.
-        panel.app.setHoldUnit(5s);
+        panel.app.workflow()->setHoldUnit(5s);
         QVERIFY(panel.showAndPoll());
         QVERIFY(panel.clickOnNowPlaying(QStringLiteral("saveButton")));
         if (key != 0) {
@@ -529,17 +533,17 @@ private Q_SLOTS:
             QVERIFY(preview);
             const QList<QQuickItem *> cards = itemsNamed(preview, QStringLiteral("candidate"));
             if (pressed >= 0) {
-                click(panel.window, cards[pressed]);
+                click(panel.window(), cards[pressed]);
                 for (qsizetype index = 0; index < cards.size(); ++index)
                     QCOMPARE(cards[index]->property("isSelected").toBool(), index == pressed);
             }
-            QTest::keyClick(&panel.window, Qt::Key(key));
+            QTest::keyClick(&panel.window(), Qt::Key(key));
             // The new face fades in while the old one fades out; nothing moves when nothing changed.
             QCOMPARE(panel.faces().size(), shownKey == QLatin1String("preview-") ? 1 : 2);
         }
 
         QQuickItem *face = panel.settledFace(shownKey);
-        QVERIFY2(face, qPrintable(panel.app.sheetKey()));
+        QVERIFY2(face, qPrintable(panel.app.panel()->faceKey()));
         for (const QString &text : texts)
             QVERIFY2(showsText(face, text), qPrintable(text));
         if (shownKey == QLatin1String("preview-")) {
@@ -627,7 +631,7 @@ private Q_SLOTS:
 
         PanelUnderTest panel(nullptr, file);
         QVERIFY(panel.showAndPoll());
-        QSignalSpy loaded(&panel.app, &AirnoteApp::historyLoaded);
+        QSignalSpy loaded(panel.app.history(), &HistoryModel::loaded);
         QVERIFY(panel.clickOnNowPlaying(QStringLiteral("historyButton")));
         QQuickItem *history = panel.settledFace(QStringLiteral("history"));
         QVERIFY(history);
@@ -665,20 +669,20 @@ private Q_SLOTS:
         QVERIFY(panel.settledFace(QStringLiteral("preview-")));
 
         // As the "--history" start does while a preview waits.
-        panel.app.onShowHistory();
+        panel.app.panel()->onShowHistory();
         QQuickItem *history = panel.settledFace(QStringLiteral("history"));
         QVERIFY(history);
-        click(panel.window, itemNamed(history, QStringLiteral("closeButton")));
+        click(panel.window(), itemNamed(history, QStringLiteral("closeButton")));
         QQuickItem *preview = panel.settledFace(QStringLiteral("preview-"));
         QVERIFY2(preview, "closing the history shows the sheet it covered");
         QVERIFY(itemNamed(preview, QStringLiteral("candidate"))->property("isSelected").toBool());
 
-        panel.app.onShowHistory();
+        panel.app.panel()->onShowHistory();
         QVERIFY(panel.settledFace(QStringLiteral("history")));
-        panel.app.onCancel();
+        panel.app.workflow()->onCancel();
         QCOMPARE(panel.faces().size(), 1);
         QCOMPARE(panel.faces().constFirst()->property("key").toString(), QStringLiteral("history"));
-        panel.app.onCloseHistory();
+        panel.app.panel()->onCloseHistory();
         QVERIFY(panel.settledFace(QStringLiteral("nowPlaying")));
     }
 
@@ -698,9 +702,9 @@ private Q_SLOTS:
 
         PanelUnderTest panel(nullptr, {}, runningVersion);
         QVERIFY(panel.showAndPoll());
-        QQuickWindow *dialog = panel.window.updateDialog();
         QVERIFY(panel.clickOnNowPlaying(QStringLiteral("updatesButton")));
-        QTRY_VERIFY(dialog->isVisible());
+        QTRY_VERIFY(panel.host.updateDialog() && panel.host.updateDialog()->isVisible());
+        QQuickWindow *dialog = panel.host.updateDialog();
         QVERIFY(QTest::qWaitForWindowExposed(dialog));
 
         QTRY_VERIFY(showsText(dialog->contentItem(), message));
@@ -716,7 +720,7 @@ private Q_SLOTS:
             if (QByteArray(label).startsWith("Se connecter"))
                 qunsetenv("AIRNOTE_MUSIC_USER_TOKEN");
             PanelUnderTest panel;
-            TrayIcon trayIcon(&panel.window, &panel.app);
+            TrayIcon trayIcon(&panel.host, panel.app.authorization());
             QStringList labels;
             for (const QAction *action : trayIcon.contextMenu()->actions())
                 labels.append(action->text());
@@ -725,7 +729,7 @@ private Q_SLOTS:
         // Signing out would clear the real keychain, so only the sign-in is run;
         // without a developer token it ends at once, with no browser opened.
         PanelUnderTest panel;
-        TrayIcon trayIcon(&panel.window, &panel.app);
+        TrayIcon trayIcon(&panel.host, panel.app.authorization());
         QSignalSpy finished(panel.app.authorization(), &MusicAuthorization::signInFinished);
         trayIcon.contextMenu()->actions().at(1)->trigger();
         QTRY_COMPARE(finished.size(), 1);

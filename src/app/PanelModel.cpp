@@ -1,0 +1,113 @@
+// SPDX-FileCopyrightText: 2026 The Airnote developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+
+#include "PanelModel.h"
+
+#include "app/HistoryModel.h"
+#include "app/SaveWorkflow.h"
+#include "app/UpdateChecker.h"
+
+namespace airnote {
+
+PanelModel::PanelModel(FIPMetadataService *station, SaveWorkflow *workflow, HistoryModel *history,
+                       UpdateChecker *updater, QObject *parent)
+    : QObject(parent)
+    , m_station(station)
+    , m_workflow(workflow)
+    , m_history(history)
+    , m_updater(updater)
+{
+    m_faceKey = faceKey();
+    connect(workflow, &SaveWorkflow::sheetChanged, this, &PanelModel::announceFace);
+}
+
+FIPMetadataService *PanelModel::station() const
+{
+    return m_station;
+}
+
+SaveWorkflow *PanelModel::workflow() const
+{
+    return m_workflow;
+}
+
+HistoryModel *PanelModel::history() const
+{
+    return m_history;
+}
+
+UpdateChecker *PanelModel::updater() const
+{
+    return m_updater;
+}
+
+PanelModel::Face PanelModel::face() const
+{
+    if (m_showsHistory)
+        return History;
+    if (const std::optional<SheetState> &sheet = m_workflow->sheet())
+        return sheet->isPreview() ? Preview : Status;
+    return NowPlaying;
+}
+
+QString PanelModel::faceKey() const
+{
+    switch (face()) {
+    case NowPlaying:
+        return QStringLiteral("nowPlaying");
+    case History:
+        return QStringLiteral("history");
+    case Preview:
+    case Status:
+        break;
+    }
+    return m_workflow->sheet()->id();
+}
+
+bool PanelModel::showsHistory() const
+{
+    return m_showsHistory;
+}
+
+void PanelModel::onPanelAppear()
+{
+    if (m_showsHistory)
+        m_history->reload();
+    Q_EMIT appeared();
+}
+
+void PanelModel::onShowHistory()
+{
+    if (!m_showsHistory)
+        m_history->reload();
+    setShowsHistory(true);
+}
+
+void PanelModel::onCloseHistory()
+{
+    setShowsHistory(false);
+}
+
+void PanelModel::onCheckForUpdates()
+{
+    m_updater->checkForUpdates();
+}
+
+void PanelModel::setShowsHistory(bool shows)
+{
+    if (m_showsHistory == shows)
+        return;
+    m_showsHistory = shows;
+    announceFace();
+}
+
+void PanelModel::announceFace()
+{
+    QString key = faceKey();
+    if (key == m_faceKey)
+        return;
+    m_faceKey = std::move(key);
+    Q_EMIT faceChanged();
+}
+
+} // namespace airnote

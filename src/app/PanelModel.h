@@ -1,0 +1,76 @@
+// SPDX-FileCopyrightText: 2026 The Airnote developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+
+#pragma once
+
+#include <QObject>
+#include <QString>
+
+namespace airnote {
+
+class FIPMetadataService;
+class HistoryModel;
+class SaveWorkflow;
+class UpdateChecker;
+
+// What the panel shows: one face at a time, the history first, then the save
+// flow's sheet, then the track on air; and the objects each face binds to.
+// The choice lives here, not in the window, so it survives the window being
+// released while the panel is closed.
+class PanelModel : public QObject
+{
+    Q_OBJECT
+    Q_MOC_INCLUDE("app/HistoryModel.h")
+    Q_MOC_INCLUDE("app/SaveWorkflow.h")
+    Q_MOC_INCLUDE("app/UpdateChecker.h")
+    Q_MOC_INCLUDE("station/FIPMetadataService.h")
+    Q_PROPERTY(airnote::FIPMetadataService *station READ station CONSTANT)
+    Q_PROPERTY(airnote::SaveWorkflow *workflow READ workflow CONSTANT)
+    Q_PROPERTY(airnote::HistoryModel *history READ history CONSTANT)
+    Q_PROPERTY(airnote::UpdateChecker *updater READ updater CONSTANT)
+    Q_PROPERTY(Face face READ face NOTIFY faceChanged)
+    // Changes exactly when the panel cross-fades to a new face: the face, or
+    // for a sheet, the sheet's id.
+    Q_PROPERTY(QString faceKey READ faceKey NOTIFY faceChanged)
+
+public:
+    enum Face { NowPlaying, Preview, Status, History };
+    Q_ENUM(Face)
+
+    PanelModel(FIPMetadataService *station, SaveWorkflow *workflow, HistoryModel *history, UpdateChecker *updater,
+               QObject *parent = nullptr);
+
+    FIPMetadataService *station() const;
+    SaveWorkflow *workflow() const;
+    HistoryModel *history() const;
+    UpdateChecker *updater() const;
+    Face face() const;
+    QString faceKey() const;
+    bool showsHistory() const;
+
+    // Each time the panel's content appears. The history is read again each
+    // time its face comes on screen.
+    Q_INVOKABLE void onPanelAppear();
+    Q_INVOKABLE void onShowHistory();
+    Q_INVOKABLE void onCloseHistory();
+    Q_INVOKABLE void onCheckForUpdates();
+
+Q_SIGNALS:
+    void appeared();
+    // Only when the key changes: a new sheet of the same id refreshes the
+    // face in place, on the workflow's sheetChanged().
+    void faceChanged();
+
+private:
+    void setShowsHistory(bool shows);
+    void announceFace();
+
+    FIPMetadataService *m_station;
+    SaveWorkflow *m_workflow;
+    HistoryModel *m_history;
+    UpdateChecker *m_updater;
+    bool m_showsHistory = false;
+    QString m_faceKey;
+};
+
+} // namespace airnote

@@ -1,0 +1,232 @@
+// SPDX-FileCopyrightText: 2026 The Airnote developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+
+#include "SaveWorkflow.h"
+
+#include "core/Error.h"
+#include "core/Logging.h"
+#include "history/CaptureStore.h"
+#include "music/AppleMusicService.h"
+#include "station/FIPMetadataService.h"
+
+#include <QDateTime>
+#include <QPointer>
+#include <QUuid>
+
+#include <memory>
+
+namespace airnote {
+
+namespace {
+
+constexpr double duplicateWindowSeconds = 300.0;
+constexpr double duplicateHoldSeconds = 1.8;
+constexpr double successHoldSeconds = 1.8;
+constexpr double searchFailureHoldSeconds = 3.0;
+constexpr double saveFailureHoldSeconds = 3.5;
+
+CaptureRecord newRecord(const FIPTrack &track, CaptureRecord::Status status,
+                        const CatalogMatch *chosen = nullptr, std::optional<QString> errorMessage = std::nullopt)
+{
+    return CaptureRecord(QUuid::createUuid(), QDateTime::currentDateTimeUtc(), track.artist, track.title, track.album,
+                         chosen ? std::optional(chosen->song.id) : std::nullopt,
+                         chosen ? std::optional(chosen->confidence) : std::nullopt, status, std::move(errorMessage));
+}
+
+} // namespace
+
+SaveWorkflow::SaveWorkflow(FIPMetadataService *fip, AppleMusicService *music, CaptureStore *store, QObject *parent)
+    : QObject(parent)
+    , m_fip(fip)
+    , m_music(music)
+    , m_store(store)
+{
+    // A timer rather than a suspended coroutine, so quitting during a hold leaves nothing behind.
+    m_holdTimer.setSingleShot(true);
+    connect(&m_holdTimer, &QTimer::timeout, this, [this] { setSheet(std::nullopt); });
+}
+
+const std::optional<SheetState> &SaveWorkflow::sheet() const
+{
+    return m_sheet;
+}
+
+bool SaveWorkflow::hasSheet() const
+{
+    return m_sheet.has_value();
+}
+
+SheetState SaveWorkflow::sheetForDisplay() const
+{
+    return m_sheet.value_or(SheetState());
+}
+
+void SaveWorkflow::setHoldUnit(std::chrono::milliseconds unit)
+{
+    m_holdUnit = unit;
+}
+
+QCoro::Task<> SaveWorkflow::saveCurrentTrack()
+{
+    // The button is only on the now-playing face, but a desktop shortcut or a
+    // double press can ask again before the first state shows: one run at a time.
+    if (m_sheet || m_saveStarting)
+        co_return;
+    const std::optional<FIPTrack> &current = m_fip->current();
+    if (!current || !current->isMusicTrack)
+        co_return;
+    const FIPTrack track = *current;
+
+    QPointer<SaveWorkflow> self(this);
+    m_saveStarting = true;
+    std::optional<CaptureRecord> recent;
+    try {
+        auto asking = m_store->recentSave(track.artist, track.title, duplicateWindowSeconds);
+        recent = co_await asking;
+    } catch (const Error &) {
+        // An unreadable history must not stop a save: treat it as no recent save.
+    }
+    if (!self)
+        co_return;
+    m_saveStarting = false;
+
+    if (recent) {
+        qCInfo(musicLogger).noquote() << "Duplicate save blocked:" << recent->fipTitle();
+        showFor(SheetState::AlreadySaved{track.artist, track.title}, duplicateHoldSeconds);
+        co_return;
+    }
+
+    setSheet(SheetState::Searching{track});
+    QList<CatalogMatch> matches;
+    std::optional<QString> failure;
+    try {
+        auto searching = m_music->searchMatches(track.artist, track.title);
+        matches = co_await searching;
+    } catch (const Error &error) {
+        failure = error.localizedDescription();
+    }
+    if (!self)
+        co_return;
+    if (failure) {
+        qCCritical(musicLogger).noquote() << "Search failed:" << *failure;
+        showFor(SheetState::Failure{*failure}, searchFailureHoldSeconds);
+        co_return;
+    }
+    setSheet(SheetState::Preview{track, matches});
+}
+
+QCoro::Task<> SaveWorkflow::confirmSave(FIPTrack track, CatalogMatch match)
+{
+    QPointer<SaveWorkflow> self(this);
+    setSheet(SheetState::Saving{track, match});
+    std::optional<QString> failure;
+    try {
+        auto adding = m_music->addSong(match.song);
+        co_await adding;
+    } catch (const Error &error) {
+        failure = error.localizedDescription();
+    }
+    if (!self)
+        co_return;
+
+    const auto status = failure ? CaptureRecord::Status::saveFailed : CaptureRecord::Status::saved;
+    auto appending = appendIgnoringErrors(newRecord(track, status, &match, failure));
+    co_await appending;
+    if (!self)
+        co_return;
+    if (!failure) {
+        showFor(SheetState::Success{match.song.artistName, match.song.title}, successHoldSeconds);
+        co_return;
+    }
+    qCCritical(musicLogger).noquote() << "Save failed:" << *failure;
+    showFor(SheetState::Failure{*failure}, saveFailureHoldSeconds);
+}
+
+QCoro::Task<> SaveWorkflow::logForLater(FIPTrack track)
+{
+    QPointer<SaveWorkflow> self(this);
+    auto appending = appendIgnoringErrors(newRecord(track, CaptureRecord::Status::noMatch));
+    co_await appending;
+    if (!self)
+        co_return;
+    showFor(SheetState::AlreadySaved{track.artist, track.title}, duplicateHoldSeconds);
+}
+
+void SaveWorkflow::cancelSheet()
+{
+    setSheet(std::nullopt);
+}
+
+void SaveWorkflow::saveOnceTrackArrives()
+{
+    if (m_fip->hasCurrent()) {
+        saveCurrentTrack();
+        return;
+    }
+    auto connection = std::make_shared<QMetaObject::Connection>();
+    *connection = connect(m_fip, &FIPMetadataService::currentChanged, this, [this, connection] {
+        disconnect(*connection);
+        saveCurrentTrack();
+    });
+}
+
+void SaveWorkflow::onSave()
+{
+    saveCurrentTrack();
+}
+
+void SaveWorkflow::onConfirm(const QString &songID)
+{
+    const SheetState::Preview *preview = currentPreview();
+    if (!preview)
+        return;
+    for (const CatalogMatch &match : preview->matches) {
+        if (match.song.id == songID) {
+            confirmSave(preview->track, match);
+            return;
+        }
+    }
+}
+
+void SaveWorkflow::onLogForLater()
+{
+    if (const SheetState::Preview *preview = currentPreview())
+        logForLater(preview->track);
+}
+
+void SaveWorkflow::onCancel()
+{
+    if (currentPreview())
+        cancelSheet();
+}
+
+QCoro::Task<> SaveWorkflow::appendIgnoringErrors(CaptureRecord record)
+{
+    try {
+        auto appending = m_store->append(std::move(record));
+        co_await appending;
+    } catch (const Error &) {
+        // The outcome is shown as if the record had been stored.
+    }
+}
+
+void SaveWorkflow::showFor(SheetState state, double seconds)
+{
+    setSheet(std::move(state));
+    m_holdTimer.start(std::chrono::milliseconds(qRound64(seconds * m_holdUnit.count())));
+}
+
+void SaveWorkflow::setSheet(std::optional<SheetState> sheet)
+{
+    if (!m_sheet && !sheet)
+        return;
+    m_sheet = std::move(sheet);
+    Q_EMIT sheetChanged();
+}
+
+const SheetState::Preview *SaveWorkflow::currentPreview() const
+{
+    return m_sheet ? std::get_if<SheetState::Preview>(&m_sheet->value()) : nullptr;
+}
+
+} // namespace airnote

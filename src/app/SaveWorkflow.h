@@ -1,0 +1,85 @@
+// SPDX-FileCopyrightText: 2026 The Airnote developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+
+#pragma once
+
+#include "app/SheetState.h"
+#include "history/CaptureRecord.h"
+
+#include <QObject>
+#include <QTimer>
+
+#include <qcoro/qcorotask.h>
+
+#include <chrono>
+#include <optional>
+
+namespace airnote {
+
+class AppleMusicService;
+class CaptureStore;
+class FIPMetadataService;
+
+// Takes the track on air from the save button to its outcome: the duplicate
+// guard, the catalog search, the listener's choice in the preview, the
+// addition to Apple Music and the record in the history. Its one state is the
+// sheet the panel shows; each outcome card is held for a few seconds, then the
+// sheet is cleared whatever it holds.
+class SaveWorkflow : public QObject
+{
+    Q_OBJECT
+    Q_PROPERTY(bool hasSheet READ hasSheet NOTIFY sheetChanged)
+    Q_PROPERTY(airnote::SheetState sheet READ sheetForDisplay NOTIFY sheetChanged)
+
+public:
+    SaveWorkflow(FIPMetadataService *fip, AppleMusicService *music, CaptureStore *store, QObject *parent = nullptr);
+
+    const std::optional<SheetState> &sheet() const;
+    bool hasSheet() const;
+    // The sheet, or a failure without message when there is none.
+    SheetState sheetForDisplay() const;
+
+    // Length of one second of the outcome cards' hold times; tests shorten it.
+    void setHoldUnit(std::chrono::milliseconds unit);
+
+    // Each operation runs its whole flow, holds included, and is never
+    // cancelled; callers drop the task.
+    // Saves the track on air unless a flow is already on screen or starting.
+    QCoro::Task<> saveCurrentTrack();
+    QCoro::Task<> confirmSave(FIPTrack track, CatalogMatch match);
+    QCoro::Task<> logForLater(FIPTrack track);
+    void cancelSheet();
+    // For a save asked from outside the panel (a desktop shortcut): runs as soon
+    // as the poller has a track, at once when it already has one.
+    void saveOnceTrackArrives();
+
+    // The views' decisions. The preview's three act only while the preview is
+    // shown, so a second Return or a late click cannot write twice.
+    Q_INVOKABLE void onSave();
+    Q_INVOKABLE void onConfirm(const QString &songID);
+    Q_INVOKABLE void onLogForLater();
+    Q_INVOKABLE void onCancel();
+
+Q_SIGNALS:
+    // Announced for every new state, even one with the same id, so that a
+    // face showing that id can refresh its content.
+    void sheetChanged();
+
+private:
+    // Appends the record; a failure is ignored and the outcome shown as if stored.
+    QCoro::Task<> appendIgnoringErrors(CaptureRecord record);
+    // Shows state for the given seconds, then clears the sheet whatever it holds.
+    void showFor(SheetState state, double seconds);
+    void setSheet(std::optional<SheetState> sheet);
+    const SheetState::Preview *currentPreview() const;
+
+    FIPMetadataService *m_fip;
+    AppleMusicService *m_music;
+    CaptureStore *m_store;
+    std::optional<SheetState> m_sheet;
+    bool m_saveStarting = false;
+    std::chrono::milliseconds m_holdUnit{1000};
+    QTimer m_holdTimer;
+};
+
+} // namespace airnote
