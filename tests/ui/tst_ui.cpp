@@ -162,10 +162,10 @@ struct PanelUnderTest
 {
     // A running version replaces the updater by one reading the loopback feed.
     explicit PanelUnderTest(FakeAppleMusic *music = nullptr, const QByteArray &history = {},
-                            const QString &runningVersion = {})
+                            const QString &runningVersion = {}, std::chrono::milliseconds releaseDelay = 1h)
         : app(servicesFor(music, history, runningVersion))
         , fip(*app.fip())
-        , host(app.panel(), app.updater(), PanelWindow::Presentation::Windowed, 1h)
+        , host(app.panel(), app.updater(), PanelWindow::Presentation::Windowed, releaseDelay)
     {
         fip.setWaitUnit(1min);
     }
@@ -684,6 +684,27 @@ private Q_SLOTS:
         QCOMPARE(panel.faces().constFirst()->property("key").toString(), QStringLiteral("history"));
         panel.app.panel()->onCloseHistory();
         QVERIFY(panel.settledFace(QStringLiteral("nowPlaying")));
+    }
+
+    // Closed long enough, the panel gives its scene back; reopened, it shows
+    // the face the models still hold.
+    void releasedPanelReopensOnTheSameFace()
+    {
+        m_music->setCatalog(catalog(1));
+        PanelUnderTest panel(m_music.get(), {}, {}, 100ms);
+        QVERIFY(panel.showAndPoll());
+        QVERIFY(panel.clickOnNowPlaying(QStringLiteral("saveButton")));
+        QVERIFY(panel.settledFace(QStringLiteral("preview-")));
+
+        QSignalSpy released(&panel.host, &PanelHost::released);
+        panel.window().hide();
+        QVERIFY(released.wait());
+        QVERIFY(!panel.host.window());
+        QVERIFY(panel.show());
+        QQuickItem *preview = panel.settledFace(QStringLiteral("preview-"));
+        QVERIFY(preview);
+        QVERIFY(itemNamed(preview, QStringLiteral("candidate"))->property("isSelected").toBool());
+        QCOMPARE(released.size(), 1);
     }
 
     void updateDialog_data()
