@@ -97,8 +97,7 @@ void AirnoteApp::onPanelAppear()
 QCoro::Task<> AirnoteApp::requestAuthorization()
 {
     QPointer<AirnoteApp> self(this);
-    auto asking = m_services.authorization->request();
-    const MusicAuthorization::Status status = co_await asking;
+    const MusicAuthorization::Status status = co_await m_services.authorization->request();
     if (self)
         m_services.music->setAuthStatus(status);
 }

@@ -10,7 +10,7 @@
 
 #include <QObject>
 
-#include <qcoro/qcorotask.h>
+#include "core/Coroutines.h"
 
 #include <memory>
 

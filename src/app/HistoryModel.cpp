@@ -76,8 +76,7 @@ QCoro::Task<> HistoryModel::load()
     QPointer<HistoryModel> self(this);
     QList<CaptureRecord> records;
     try {
-        auto loading = m_store->loadAll();
-        records = co_await loading;
+        records = co_await m_store->loadAll();
     } catch (const Error &) {
         // An unreadable history shows as an empty one; the next reload reads the file again.
     }

@@ -8,7 +8,7 @@
 #include <QAbstractListModel>
 #include <QList>
 
-#include <qcoro/qcorotask.h>
+#include "core/Coroutines.h"
 
 namespace airnote {
 

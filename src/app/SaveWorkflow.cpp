@@ -81,8 +81,7 @@ QCoro::Task<> SaveWorkflow::saveCurrentTrack()
     m_saveStarting = true;
     std::optional<CaptureRecord> recent;
     try {
-        auto asking = m_store->recentSave(track.artist, track.title, duplicateWindowSeconds);
-        recent = co_await asking;
+        recent = co_await m_store->recentSave(track.artist, track.title, duplicateWindowSeconds);
     } catch (const Error &) {
         // An unreadable history must not stop a save: treat it as no recent save.
     }
@@ -100,8 +99,7 @@ QCoro::Task<> SaveWorkflow::saveCurrentTrack()
     QList<CatalogMatch> matches;
     std::optional<QString> failure;
     try {
-        auto searching = m_music->searchMatches(track.artist, track.title);
-        matches = co_await searching;
+        matches = co_await m_music->searchMatches(track.artist, track.title);
     } catch (const Error &error) {
         failure = error.localizedDescription();
     }
@@ -121,8 +119,7 @@ QCoro::Task<> SaveWorkflow::confirmSave(FIPTrack track, CatalogMatch match)
     setSheet(SheetState::Saving{track, match});
     std::optional<QString> failure;
     try {
-        auto adding = m_music->addSong(match.song);
-        co_await adding;
+        co_await m_music->addSong(match.song);
     } catch (const Error &error) {
         failure = error.localizedDescription();
     }
@@ -130,8 +127,7 @@ QCoro::Task<> SaveWorkflow::confirmSave(FIPTrack track, CatalogMatch match)
         co_return;
 
     const auto status = failure ? CaptureRecord::Status::saveFailed : CaptureRecord::Status::saved;
-    auto appending = appendIgnoringErrors(newRecord(track, status, &match, failure));
-    co_await appending;
+    co_await appendIgnoringErrors(newRecord(track, status, &match, failure));
     if (!self)
         co_return;
     if (!failure) {
@@ -145,8 +141,7 @@ QCoro::Task<> SaveWorkflow::confirmSave(FIPTrack track, CatalogMatch match)
 QCoro::Task<> SaveWorkflow::logForLater(FIPTrack track)
 {
     QPointer<SaveWorkflow> self(this);
-    auto appending = appendIgnoringErrors(newRecord(track, CaptureRecord::Status::noMatch));
-    co_await appending;
+    co_await appendIgnoringErrors(newRecord(track, CaptureRecord::Status::noMatch));
     if (!self)
         co_return;
     showFor(SheetState::AlreadySaved{track.artist, track.title}, duplicateHoldSeconds);
@@ -203,8 +198,7 @@ void SaveWorkflow::onCancel()
 QCoro::Task<> SaveWorkflow::appendIgnoringErrors(CaptureRecord record)
 {
     try {
-        auto appending = m_store->append(std::move(record));
-        co_await appending;
+        co_await m_store->append(std::move(record));
     } catch (const Error &) {
         // The outcome is shown as if the record had been stored.
     }

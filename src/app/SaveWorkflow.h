@@ -9,7 +9,7 @@
 #include <QObject>
 #include <QTimer>
 
-#include <qcoro/qcorotask.h>
+#include "core/Coroutines.h"
 
 #include <chrono>
 #include <optional>

@@ -10,7 +10,7 @@
 #include <QTimer>
 #include <QUrl>
 
-#include <QCoroTask>
+#include "core/Coroutines.h"
 
 #include <chrono>
 

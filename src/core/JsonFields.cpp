@@ -13,8 +13,9 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Every integer up to 2^53 has an exact double; beyond it, neighbours merge.
-constexpr double largestExactInteger = 9007199254740992.0;
+// Below 2^53 every integer has a double of its own; from there on, neighbours
+// share one, so the number read may not be the number written.
+constexpr double firstSharedInteger = 9007199254740992.0;
 
 } // namespace
 
@@ -92,7 +93,7 @@ QString JsonFields::asString(QLatin1StringView key, const QJsonValue &value) con
 qint64 JsonFields::asInteger(QLatin1StringView key, const QJsonValue &value) const
 {
     const double number = value.toDouble();
-    if (!value.isDouble() || std::trunc(number) != number || std::abs(number) > largestExactInteger)
+    if (!value.isDouble() || std::trunc(number) != number || std::abs(number) >= firstSharedInteger)
         refuse(key, "is not an integer"_L1);
     return static_cast<qint64>(number);
 }

@@ -12,8 +12,8 @@ namespace airnote {
 
 // Reads the members of one JSON object by type. A required member that is
 // missing, or any member of the wrong type, throws JsonError naming it; an
-// optional member may be missing or null. Integers are whole numbers a double
-// holds exactly (up to 2^53), so "12.5" and "1e300" are refused, not rounded.
+// optional member may be missing or null. Integers are whole numbers below
+// 2^53, which a double tells apart, so "12.5" and "1e300" are refused, not rounded.
 class JsonFields
 {
 public:

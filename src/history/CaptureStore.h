@@ -6,7 +6,7 @@
 #include "history/CaptureFile.h"
 #include "history/CaptureRecord.h"
 
-#include <QCoroTask>
+#include "core/Coroutines.h"
 #include <QDateTime>
 #include <QList>
 #include <QString>

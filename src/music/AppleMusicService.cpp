@@ -143,7 +143,7 @@ QCoro::Task<QString> AppleMusicService::developerToken()
 {
     if (m_cachedDeveloperToken
         && m_cachedDeveloperToken->expiresAt > m_configuration.clock().addSecs(tokenReuseMarginSeconds)) {
-        // QCoro moves out of a non-const lvalue given to co_return: hand it a const copy.
+        // A const copy, or QCoro would move the cache out (core/Coroutines.h).
         const QString cached = m_cachedDeveloperToken->token;
         co_return cached;
     }
@@ -178,9 +178,7 @@ QCoro::Task<WebResponse> AppleMusicService::requestDeveloperToken()
     request.setRawHeader("Accept", "application/json");
     request.setTransferTimeout(static_cast<int>(m_configuration.requestTimeout.count()));
     try {
-        // g++ 12 destroys temporaries of a co_await expression twice: name the task first.
-        auto fetching = sendRequest(m_session, request, httpGet);
-        co_return co_await fetching;
+        co_return co_await sendRequest(m_session, request, httpGet);
     } catch (const NetworkError &error) {
         throw ServiceError::tokenFetchFailed(networkDetail + error.localizedDescription());
     }
@@ -230,8 +228,7 @@ QCoro::Task<QList<Song>> AppleMusicService::searchCatalog(QString term)
     const QString developer = co_await developerToken();
     QNetworkRequest request = apiRequest(QStringLiteral("/v1/catalog/%1/search").arg(storefrontID), searchQuery(term));
     request.setRawHeader("Authorization", bearer(developer));
-    auto searching = sendRequest(m_session, request, httpGet);
-    const WebResponse response = co_await searching;
+    const WebResponse response = co_await sendRequest(m_session, request, httpGet);
     validate(response);
     co_return catalogSongs(response.data);
 }
@@ -239,13 +236,12 @@ QCoro::Task<QList<Song>> AppleMusicService::searchCatalog(QString term)
 QCoro::Task<QString> AppleMusicService::storefront()
 {
     if (m_storefront) {
-        const QString remembered = *m_storefront;
+        const QString remembered = *m_storefront;  // a const copy, as above
         co_return remembered;
     }
     QByteArray reply;
     try {
-        auto asking = sendValidated(apiRequest(QStringLiteral("/v1/me/storefront")), httpGet);
-        reply = co_await asking;
+        reply = co_await sendValidated(apiRequest(QStringLiteral("/v1/me/storefront")), httpGet);
     } catch (const MusicUserTokenProvider::Unavailable &) {
         // Without a listener, the catalog is read in the French storefront, and
         // the question is asked again next time.
@@ -268,8 +264,7 @@ QCoro::Task<> AppleMusicService::addSong(Song song)
 
 QCoro::Task<> AppleMusicService::addToLibrary(QString songID)
 {
-    auto adding = sendValidated(libraryAdditionRequest(songID), httpPost);
-    co_await adding;
+    co_await sendValidated(libraryAdditionRequest(songID), httpPost);
 }
 
 QCoro::Task<> AppleMusicService::addToPlaylist(QString songID)
@@ -277,8 +272,7 @@ QCoro::Task<> AppleMusicService::addToPlaylist(QString songID)
     const QByteArray body = trackBody(songID);
     QString playlist = co_await ensurePlaylist();
     try {
-        auto adding = sendValidated(trackAdditionRequest(playlist), httpPost, body);
-        co_await adding;
+        co_await sendValidated(trackAdditionRequest(playlist), httpPost, body);
         co_return;
     } catch (const ServiceError &error) {
         if (error.kind() != ServiceError::Kind::apiError || error.status() != 404)
@@ -287,8 +281,7 @@ QCoro::Task<> AppleMusicService::addToPlaylist(QString songID)
     // The remembered playlist is gone: resolve it again, once.
     forgetPlaylist();
     playlist = co_await ensurePlaylist();
-    auto retrying = sendValidated(trackAdditionRequest(playlist), httpPost, body);
-    co_await retrying;
+    co_await sendValidated(trackAdditionRequest(playlist), httpPost, body);
 }
 
 QCoro::Task<QString> AppleMusicService::ensurePlaylist()
@@ -301,16 +294,15 @@ QCoro::Task<QString> AppleMusicService::ensurePlaylist()
             throw ConfigurationError(QStringLiteral("L'identifiant de playlist FIP enregistré était invalide ; "
                                                     "il a été effacé, réessayez"));
         }
-        auto checking = sendAuthorized(apiRequest(playlistsPath + u'/' + storedID), httpGet);
-        const WebResponse check = co_await checking;
+        const WebResponse check = co_await sendAuthorized(apiRequest(playlistsPath + u'/' + storedID), httpGet);
         if (check.statusCode == 200)
             co_return storedID;
         forgetPlaylist();
     }
-    if (const std::optional<QString> found = co_await findPlaylist(playlistName))
+    const std::optional<QString> found = co_await findPlaylist(playlistName);
+    if (found)
         co_return rememberPlaylist(*found);
-    auto creating = sendValidated(jsonRequest(playlistsPath), httpPost, playlistCreationBody());
-    const QByteArray reply = co_await creating;
+    const QByteArray reply = co_await sendValidated(jsonRequest(playlistsPath), httpPost, playlistCreationBody());
     const std::optional<QString> created = firstResourceID(reply);
     if (!created)
         throw ServiceError::playlistCreateFailed();
@@ -319,8 +311,7 @@ QCoro::Task<QString> AppleMusicService::ensurePlaylist()
 
 QCoro::Task<std::optional<QString>> AppleMusicService::findPlaylist(QString name)
 {
-    auto listing = sendValidated(playlistListRequest(), httpGet);
-    const QByteArray reply = co_await listing;
+    const QByteArray reply = co_await sendValidated(playlistListRequest(), httpGet);
     co_return playlistIDNamed(reply, name);
 }
 

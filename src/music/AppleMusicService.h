@@ -9,7 +9,7 @@
 #include "core/Endpoints.h"
 #include "platform/MusicAuthorization.h"
 
-#include <QCoro/QCoroTask>
+#include "core/Coroutines.h"
 #include <QDateTime>
 #include <QList>
 #include <QNetworkRequest>

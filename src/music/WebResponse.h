@@ -4,7 +4,7 @@
 #pragma once
 
 #include <QByteArray>
-#include <QCoro/QCoroTask>
+#include "core/Coroutines.h"
 #include <QNetworkRequest>
 #include <QString>
 

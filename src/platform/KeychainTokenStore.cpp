@@ -33,9 +33,7 @@ KeychainTokenStore::KeychainTokenStore(std::chrono::milliseconds timeout)
 QCoro::Task<QString> KeychainTokenStore::read()
 {
     auto *job = newJob<QKeychain::ReadPasswordJob>();
-    // g++ 12 destroys temporaries of a co_await expression twice: name the task first.
-    auto reading = run(job, QStringLiteral("read"));
-    const QKeychain::Error error = co_await reading;
+    const QKeychain::Error error = co_await run(job, QStringLiteral("read"));
     const QString token = error == QKeychain::NoError ? job->textData() : QString();
     job->deleteLater();
     co_return token;
@@ -45,16 +43,14 @@ QCoro::Task<> KeychainTokenStore::write(QString token)
 {
     auto *job = newJob<QKeychain::WritePasswordJob>();
     job->setTextData(token);
-    auto storing = run(job, QStringLiteral("store"));
-    co_await storing;
+    co_await run(job, QStringLiteral("store"));
     job->deleteLater();
 }
 
 QCoro::Task<> KeychainTokenStore::remove()
 {
     auto *job = newJob<QKeychain::DeletePasswordJob>();
-    auto deleting = run(job, QStringLiteral("delete"));
-    co_await deleting;
+    co_await run(job, QStringLiteral("delete"));
     job->deleteLater();
 }
 
@@ -63,7 +59,8 @@ QCoro::Task<QKeychain::Error> KeychainTokenStore::run(QKeychain::Job *job, QStri
     using Unavailable = MusicUserTokenProvider::Unavailable;
     auto finished = qCoro(job, &QKeychain::Job::finished, m_timeout);
     job->start();
-    if (!(co_await finished)) {
+    const std::optional<QKeychain::Job *> answered = co_await finished;
+    if (!answered) {
         QObject::connect(job, &QKeychain::Job::finished, job, &QObject::deleteLater);
         throw Unavailable(QStringLiteral("The system keychain did not answer in time: could not %1 the Apple Music user token")
                               .arg(action));

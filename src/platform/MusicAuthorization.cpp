@@ -52,8 +52,6 @@ MusicAuthorization::Status MusicAuthorization::currentStatus() const
 QCoro::Task<MusicAuthorization::Status> MusicAuthorization::request()
 {
     if (!m_signInRunning) {
-        // g++ 12 mishandles a co_await inside a short-circuit condition (the frame is
-        // resumed after it is gone), so it stands alone.
         const bool signInWanted = co_await refreshStatus();
         if (signInWanted)
             runSignIn();

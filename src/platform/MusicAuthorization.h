@@ -5,7 +5,7 @@
 
 #include "platform/SignInServer.h"
 
-#include <QCoro/QCoroTask>
+#include "core/Coroutines.h"
 #include <QObject>
 #include <QString>
 

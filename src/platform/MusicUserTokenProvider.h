@@ -5,7 +5,7 @@
 
 #include "core/Error.h"
 
-#include <QCoro/QCoroTask>
+#include "core/Coroutines.h"
 #include <QObject>
 
 #include <memory>

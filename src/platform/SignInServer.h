@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include <QCoroTask>
+#include "core/Coroutines.h"
 #include <QHttpServer>
 #include <QObject>
 #include <QString>

@@ -139,8 +139,7 @@ void FIPMetadataService::setWaitUnit(std::chrono::milliseconds unit)
 QCoro::Task<> FIPMetadataService::runLoop()
 {
     for (;;) {
-        auto polling = poll();
-        co_await polling;
+        co_await poll();
         if (m_stopping)
             co_return;
         const qint64 seconds = pollIntervalSeconds(m_consecutiveFailures);

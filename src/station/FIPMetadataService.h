@@ -7,7 +7,7 @@
 #include "station/FIPTrack.h"
 #include "station/StationPayload.h"
 
-#include <QCoroTask>
+#include "core/Coroutines.h"
 #include <QObject>
 #include <QNetworkReply>
 #include <QPointer>

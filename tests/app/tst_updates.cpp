@@ -13,7 +13,7 @@
 #include <QTcpServer>
 #include <QTest>
 
-#include <QCoroTask>
+#include "core/Coroutines.h"
 
 #include <memory>
 

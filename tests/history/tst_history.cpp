@@ -6,7 +6,7 @@
 #include "history/CaptureStore.h"
 #include "core/Error.h"
 
-#include <QCoroTask>
+#include "core/Coroutines.h"
 #include <QFile>
 #include <QScopeGuard>
 #include <QJsonArray>

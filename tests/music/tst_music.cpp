@@ -6,14 +6,13 @@
 #include "music/AppleMusicReplies.h"
 #include "music/AppleMusicService.h"
 #include "music/MatchScoring.h"
-#include "core/Normalization.h"
 #include "music/ServiceError.h"
 #include "platform/KeychainTokenStore.h"
 #include "platform/MusicAuthorization.h"
 #include "platform/MusicUserTokenProvider.h"
 
 #include <QCoreApplication>
-#include <QCoro/QCoroTask>
+#include "core/Coroutines.h"
 #include <QFile>
 #include <QJsonDocument>
 #include <QNetworkAccessManager>
@@ -160,32 +159,6 @@ private Q_SLOTS:
     {
         m_service.reset();
         m_fake.reset();
-    }
-
-    void normalize_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("featuring") << "Night Drive (feat. Lou Vega)" << "night drive";
-        QTest::newRow("ft") << "Night Drive (Ft Lou Vega)" << "night drive";
-        QTest::newRow("remastered") << "Blue Hour (Remastered 2009)" << "blue hour";
-        QTest::newRow("deluxe and bonus") << "Tides (Deluxe Edition) (Bonus Track)" << "tides";
-        QTest::newRow("live in brackets") << "Harbour Lights [Live at the Olympia]" << "harbour lights";
-        QTest::newRow("live in parentheses") << "Harbour Lights (Live)" << "harbour lights";
-        QTest::newRow("unbracketed remaster kept") << "Blue Hour - Remastered 2011" << "blue hour remastered 2011";
-        QTest::newRow("other brackets kept") << "Song (Radio Edit)" << "song radio edit";
-        QTest::newRow("accents") << "Chloé Ça Über" << "chloe ca uber";
-        QTest::newRow("hyphen joins") << "Jean-Loup" << "jeanloup";
-        QTest::newRow("unicode blanks and ampersand") << "  Mira\t&\u00a0Sol\u00a0(feat. X) " << "mira sol";
-        QTest::newRow("line break dropped") << "Mr.\nBlue" << "mrblue";
-        QTest::newRow("digits and other scripts") << "Ñandú 2 東京" << "nandu 2 東京";
-    }
-
-    void normalize()
-    {
-        QFETCH(QString, text);
-        QFETCH(QString, expected);
-        QCOMPARE(airnote::normalize(text), expected);
     }
 
     void jaroWinkler_data()

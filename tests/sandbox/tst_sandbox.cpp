@@ -13,7 +13,7 @@
 #include "station/StationPayload.h"
 
 #include <QBuffer>
-#include <QCoro/QCoroTask>
+#include "core/Coroutines.h"
 #include <QImage>
 #include <QJsonDocument>
 #include <QMetaEnum>

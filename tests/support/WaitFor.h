@@ -5,7 +5,7 @@
 
 #include <QEventLoop>
 
-#include <qcoro/qcorotask.h>
+#include "core/Coroutines.h"
 
 #include <exception>
 #include <optional>
