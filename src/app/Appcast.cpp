@@ -40,8 +40,6 @@ AppcastItem readItem(QXmlStreamReader &reader)
             item.version = reader.readElementText().trimmed();
         } else if (isSparkle(reader, "shortVersionString"_L1)) {
             item.shortVersionString = reader.readElementText().trimmed();
-        } else if (isSparkle(reader, "releaseNotesLink"_L1)) {
-            item.releaseNotesURL = QUrl(reader.readElementText().trimmed());
         } else if (isPlain(reader, "enclosure"_L1)) {
             const QXmlStreamAttributes attributes = reader.attributes();
             item.downloadURL = QUrl(attributes.value("url"_L1).trimmed().toString());

@@ -22,7 +22,6 @@ struct AppcastItem
     QString version;             // sparkle:version, the machine-comparable build version
     QString shortVersionString;  // sparkle:shortVersionString, what the listener reads
     QUrl downloadURL;            // the enclosure's url
-    QUrl releaseNotesURL;
     QString operatingSystem;     // the enclosure's sparkle:os; empty means any
 
     // The version to show and to compare with the running program's own.

@@ -29,8 +29,6 @@ Q_ENUM_NS(Kind)
 class SheetState
 {
     Q_GADGET
-    Q_PROPERTY(QString id READ id CONSTANT)
-    Q_PROPERTY(bool isPreview READ isPreview CONSTANT)
     // A StatusKind::Kind; declared int because Qt 6.4's QML cannot convert a
     // namespace's enum read from a value type ("Type error").
     Q_PROPERTY(int statusKind READ statusKind CONSTANT)

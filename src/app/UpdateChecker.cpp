@@ -48,24 +48,9 @@ UpdateChecker::State UpdateChecker::state() const
     return m_state;
 }
 
-QString UpdateChecker::latestVersion() const
-{
-    return m_latestVersion;
-}
-
 QUrl UpdateChecker::downloadURL() const
 {
     return m_downloadURL;
-}
-
-QUrl UpdateChecker::releaseNotesURL() const
-{
-    return m_releaseNotesURL;
-}
-
-QString UpdateChecker::errorText() const
-{
-    return m_errorText;
 }
 
 QString UpdateChecker::message() const
@@ -134,7 +119,7 @@ QCoro::Task<> UpdateChecker::check()
         const std::optional<AppcastItem> newest = newestItem(parseAppcast(xml));
         // The program knows only its short version, so the feed is judged by its short version too.
         if (newest && compareVersions(newest->displayVersion(), m_runningVersion) > 0)
-            setResult(State::UpdateAvailable, newest->displayVersion(), newest->downloadURL, newest->releaseNotesURL);
+            setResult(State::UpdateAvailable, newest->displayVersion(), newest->downloadURL);
         else
             setResult(State::UpToDate);
     } catch (const Error &error) {
@@ -161,13 +146,11 @@ QCoro::Task<QByteArray> UpdateChecker::fetchFeed()
     co_return reply->readAll();
 }
 
-void UpdateChecker::setResult(State state, QString latestVersion, QUrl downloadURL, QUrl releaseNotesURL,
-                              QString errorText)
+void UpdateChecker::setResult(State state, QString latestVersion, QUrl downloadURL, QString errorText)
 {
     m_state = state;
     m_latestVersion = std::move(latestVersion);
     m_downloadURL = std::move(downloadURL);
-    m_releaseNotesURL = std::move(releaseNotesURL);
     m_errorText = std::move(errorText);
     const bool announce = state != State::Checking
         && (std::exchange(m_listenerWaiting, false) || state == State::UpdateAvailable);
@@ -178,7 +161,7 @@ void UpdateChecker::setResult(State state, QString latestVersion, QUrl downloadU
 
 void UpdateChecker::fail(const QString &detail)
 {
-    setResult(State::Failed, {}, {}, {}, QStringLiteral("Vérification impossible : ") + detail);
+    setResult(State::Failed, {}, {}, QStringLiteral("Vérification impossible : ") + detail);
 }
 
 } // namespace airnote

@@ -25,10 +25,7 @@ class UpdateChecker : public QObject
 {
     Q_OBJECT
     Q_PROPERTY(State state READ state NOTIFY stateChanged)
-    Q_PROPERTY(QString latestVersion READ latestVersion NOTIFY stateChanged)
     Q_PROPERTY(QUrl downloadURL READ downloadURL NOTIFY stateChanged)
-    Q_PROPERTY(QUrl releaseNotesURL READ releaseNotesURL NOTIFY stateChanged)
-    Q_PROPERTY(QString errorText READ errorText NOTIFY stateChanged)
     Q_PROPERTY(QString message READ message NOTIFY stateChanged)
 
 public:
@@ -46,10 +43,7 @@ public:
     ~UpdateChecker() override;
 
     State state() const;
-    QString latestVersion() const;
     QUrl downloadURL() const;
-    QUrl releaseNotesURL() const;
-    QString errorText() const;
     // The French sentence the dialog shows for the current state.
     QString message() const;
 
@@ -71,8 +65,7 @@ private:
     QCoro::Task<QByteArray> fetchFeed();
     // Starts a check unless one is in flight; its outcome lands in the properties.
     void startCheck();
-    void setResult(State state, QString latestVersion = {}, QUrl downloadURL = {},
-                   QUrl releaseNotesURL = {}, QString errorText = {});
+    void setResult(State state, QString latestVersion = {}, QUrl downloadURL = {}, QString errorText = {});
     void fail(const QString &detail);
 
     QNetworkAccessManager *m_network;
@@ -87,7 +80,6 @@ private:
     State m_state = State::Idle;
     QString m_latestVersion;
     QUrl m_downloadURL;
-    QUrl m_releaseNotesURL;
     QString m_errorText;
 };
 

@@ -163,11 +163,6 @@ QString FakeAppleMusic::addPlaylist(const QString &name)
     return id;
 }
 
-void FakeAppleMusic::removePlaylist(const QString &id)
-{
-    m_playlists.removeIf([&](const Playlist &playlist) { return playlist.id == id; });
-}
-
 void FakeAppleMusic::replyNext(Endpoint endpoint, HttpReply reply)
 {
     m_scriptedReplies[endpoint].enqueue(std::move(reply));

@@ -68,7 +68,6 @@ public:
     std::optional<Playlist> playlist(const QString &id) const;
     // Adds a library playlist and answers its identifier.
     QString addPlaylist(const QString &name);
-    void removePlaylist(const QString &id);
 
     // The next request to endpoint gets reply instead of the normal answer;
     // several calls queue replies in order.

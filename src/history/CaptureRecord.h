@@ -17,13 +17,6 @@ namespace airnote {
 // track noted for later. The unit of the history file.
 class CaptureRecord
 {
-    Q_GADGET
-    Q_PROPERTY(QString id READ idText CONSTANT)
-    Q_PROPERTY(QDateTime timestamp READ timestamp CONSTANT)
-    Q_PROPERTY(QString fipArtist READ fipArtist CONSTANT)
-    Q_PROPERTY(QString fipTitle READ fipTitle CONSTANT)
-    Q_PROPERTY(QString status READ statusText CONSTANT)
-
 public:
     enum class Status { saved, noMatch, saveFailed, logged };
 

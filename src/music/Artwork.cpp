@@ -18,9 +18,4 @@ QUrl Artwork::url(int width, int height) const
     return QUrl(address);
 }
 
-QString Artwork::urlTemplate() const
-{
-    return m_urlTemplate;
-}
-
 } // namespace airnote

@@ -15,7 +15,6 @@ public:
     explicit Artwork(QString urlTemplate);
 
     QUrl url(int width, int height) const;
-    QString urlTemplate() const;
 
     bool operator==(const Artwork &) const = default;
 

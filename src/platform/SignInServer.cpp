@@ -131,17 +131,11 @@ QCoro::Task<SignInResult> SignInServer::run(QString developerToken, BrowserOpene
         m_developerToken = std::move(developerToken);
         m_state = QString::fromLatin1(randomBase64Url(stateBytes));
         m_running = true;
-        Q_EMIT runningChanged();
         m_deadline.start(m_timeout);
         qCInfo(musicLogger, "Apple Music sign-in page served on port %d", int(m_listener->serverPort()));
         openBrowser(QUrl(QString::fromLatin1(m_origin + "/?state=") + m_state));
     }
     co_return co_await qCoro(this, &SignInServer::finished);
-}
-
-bool SignInServer::isRunning() const
-{
-    return m_running;
 }
 
 void SignInServer::openInSystemBrowser(QUrl url)
@@ -237,7 +231,6 @@ void SignInServer::finish(SignInResult result)
     m_developerToken.clear();
     m_running = false;
     logOutcome(result);
-    Q_EMIT runningChanged();
     Q_EMIT finished(result);
 }
 

@@ -34,7 +34,6 @@ struct SignInResult
 class SignInServer : public QObject
 {
     Q_OBJECT
-    Q_PROPERTY(bool running READ isRunning NOTIFY runningChanged)
 
 public:
     using BrowserOpener = std::function<void(QUrl)>;
@@ -47,12 +46,9 @@ public:
     QCoro::Task<SignInResult> run(QString developerToken,
                                   BrowserOpener openBrowser = &SignInServer::openInSystemBrowser);
 
-    bool isRunning() const;
-
     static void openInSystemBrowser(QUrl url);
 
 Q_SIGNALS:
-    void runningChanged();
     void finished(const airnote::SignInResult &result);
 
 private:
