@@ -50,12 +50,7 @@ PanelHost::PanelHost(PanelModel *model, UpdateChecker *updater, PanelWindow::Pre
     connect(updater, &UpdateChecker::resultReady, this, &PanelHost::showUpdateDialog);
 }
 
-PanelHost::~PanelHost()
-{
-    // The windows go before the engine whose objects they show.
-    m_updateDialog.reset();
-    m_window.reset();
-}
+PanelHost::~PanelHost() = default;
 
 void PanelHost::showNextTo(QRect anchor)
 {

@@ -57,6 +57,7 @@ private:
     UpdateChecker *m_updater;
     PanelWindow::Presentation m_presentation;
     QTimer m_releaseTimer;
+    // Declared before the windows that show its objects, so destroyed after them.
     std::unique_ptr<QQmlEngine> m_engine;
     std::unique_ptr<PanelWindow> m_window;
     std::unique_ptr<QQuickWindow> m_updateDialog;

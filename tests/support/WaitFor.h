@@ -41,7 +41,8 @@ QCoro::Task<> settle(QCoro::Task<T> task, std::optional<Result<T>> *value, std::
 
 // Runs the event loop until the task ends, then returns what it returned or
 // rethrows what it threw, where QTest reports it. QCoro 0.8's own waitFor
-// never returns from a task that throws.
+// never returns from a task that throws. Call it as testing::waitFor: unqualified,
+// argument-dependent lookup also finds QCoro's.
 template<typename T>
 T waitFor(QCoro::Task<T> task)
 {
