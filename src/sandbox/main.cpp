@@ -107,6 +107,8 @@ int main(int argc, char *argv[])
         qCCritical(sandboxLogger) << "cannot listen on the loopback interface";
         return listenFailure;
     }
+    // Before "ready": a script may stop the sandbox the moment it reads it.
+    TerminationSignals termination;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     QTextStream output(stdout);
     for (const auto &[name, value] : sandbox.environment()) {
@@ -115,7 +117,6 @@ int main(int argc, char *argv[])
     }
     output << "ready" << Qt::endl;
 
-    TerminationSignals termination;
     if (options.command.isEmpty()) {
         QObject::connect(&termination, &TerminationSignals::received, &application, &QCoreApplication::quit);
         return QCoreApplication::exec();
