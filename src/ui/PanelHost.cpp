@@ -50,7 +50,14 @@ PanelHost::PanelHost(PanelModel *model, UpdateChecker *updater, PanelWindow::Pre
     connect(updater, &UpdateChecker::resultReady, this, &PanelHost::showUpdateDialog);
 }
 
-PanelHost::~PanelHost() = default;
+PanelHost::~PanelHost()
+{
+    // A window still shown reports its closing while it goes: not to a host half gone.
+    for (QWindow *window : std::initializer_list<QWindow *>{m_window.get(), m_updateDialog.get()}) {
+        if (window)
+            window->disconnect(this);
+    }
+}
 
 void PanelHost::showNextTo(QRect anchor)
 {

@@ -1,7 +1,9 @@
 // SPDX-FileCopyrightText: 2026 The Airnote developers
 // SPDX-License-Identifier: GPL-3.0-or-later
 
-#include "core/Endpoints.h"
+#include "support/LogCapture.h"
+#include "support/MemoryKeychain.h"
+#include "support/WaitFor.h"
 #include "core/Error.h"
 #include "platform/MusicAuthorization.h"
 #include "platform/MusicUserTokenProvider.h"
@@ -26,26 +28,17 @@ using namespace airnote;
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 using Status = MusicAuthorization::Status;
+using testing::MemoryKeychain;
 
 namespace {
 
 const QString developerToken = u"eyJdev"_s;
 const QString userToken = u"music-user-token-Ab12"_s;
-
-QStringList loggedMessages;
-
-struct BrowserReply
-{
-    QNetworkReply::NetworkError error = QNetworkReply::NoError;
-    int status = 0;
-    QByteArray body;
-    QByteArray securityPolicy;
-};
+const QByteArray musicCategory = "com.velmorin.Airnote.music";
 
 // Plays the system browser: gets the page address from the server and speaks HTTP to it.
-class Browser
+struct Browser
 {
-public:
     SignInServer::BrowserOpener opener()
     {
         return [this](QUrl url) { pageUrl = url; ++openings; };
@@ -54,20 +47,20 @@ public:
     QString state() const { return QUrlQuery(pageUrl).queryItemValue(u"state"_s); }
     QByteArray origin() const { return pageUrl.adjusted(QUrl::RemovePath | QUrl::RemoveQuery).toEncoded(); }
 
-    // A null origin or content type sends no such header.
-    BrowserReply send(QByteArray method, QString target, QByteArray origin = {}, QByteArray contentType = {},
-                      QByteArray body = {})
+    // The reply's status; its body and policy stay for a look. A null origin or content type sends no such header.
+    int send(QByteArray method, QString target, QByteArray origin = {}, QByteArray contentType = {}, QByteArray body = {})
     {
         QNetworkRequest request(pageUrl.resolved(QUrl(target)));
         request.setRawHeader("Origin", origin);
         request.setRawHeader("Content-Type", contentType);
-        const QScopedPointer<QNetworkReply, QScopedPointerDeleteLater> reply(m_network.sendCustomRequest(request, method, body));
+        const QScopedPointer<QNetworkReply, QScopedPointerDeleteLater> reply(network.sendCustomRequest(request, method, body));
         QSignalSpy(reply.get(), &QNetworkReply::finished).wait();
-        return {reply->error(), reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(), reply->readAll(),
-                reply->rawHeader("Content-Security-Policy")};
+        lastBody = reply->readAll();
+        lastSecurityPolicy = reply->rawHeader("Content-Security-Policy");
+        return reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
     }
 
-    BrowserReply report(QJsonObject outcome)
+    int report(QJsonObject outcome)
     {
         outcome.insert(u"state", state());
         return send("POST", u"/callback"_s, origin(), "application/json", QJsonDocument(outcome).toJson());
@@ -75,47 +68,15 @@ public:
 
     QUrl pageUrl;
     int openings = 0;
-
-private:
-    QNetworkAccessManager m_network;
-};
-
-// What the keychain holds survives the program, as the system's does.
-QString keychainToken;
-bool keychainReachable = true;
-
-// The keychain in memory; like the real one it answers later, never at once.
-class MemoryKeychain : public MusicUserTokenProvider::Store
-{
-public:
-    QCoro::Task<QString> read() override
-    {
-        co_await answerLater();
-        // A const copy, or QCoro would move the global out (core/Coroutines.h).
-        const QString stored = keychainToken;
-        co_return stored;
-    }
-    QCoro::Task<> write(QString value) override
-    {
-        co_await answerLater();
-        keychainToken = value;
-    }
-    QCoro::Task<> remove() override { return write(QString()); }
-
-private:
-    QCoro::Task<> answerLater() const
-    {
-        co_await QCoro::sleepFor(0ms);
-        if (!keychainReachable)
-            throw MusicUserTokenProvider::Unavailable(u"The system keychain is locked"_s);
-    }
+    QByteArray lastBody;
+    QByteArray lastSecurityPolicy;
+    QNetworkAccessManager network;
 };
 
 // An authorization as the program builds it, over the test browser, the
 // in-memory keychain and a settings file.
-class SignInBench
+struct SignInBench
 {
-public:
     explicit SignInBench(const QString &settingsFile, std::chrono::milliseconds signInTimeout = 5min)
         : userTokens(std::make_unique<MemoryKeychain>())
         , authorization(&userTokens, {settingsFile, browser.opener(), signInTimeout})
@@ -123,7 +84,7 @@ public:
         authorization.setDeveloperTokenSource([this] { return fetchDeveloperToken(); });
     }
 
-    MusicAuthorization::Status request() { return QCoro::waitFor(authorization.request()); }
+    Status request() { return testing::waitFor(authorization.request()); }
 
     Browser browser;
     MusicUserTokenProvider userTokens;
@@ -131,7 +92,6 @@ public:
     int developerTokenFetches = 0;
     bool developerTokenAvailable = true;
 
-private:
     QCoro::Task<QString> fetchDeveloperToken()
     {
         ++developerTokenFetches;
@@ -153,16 +113,13 @@ private Q_SLOTS:
     {
         QStandardPaths::setTestModeEnabled(true);
         qunsetenv("AIRNOTE_MUSIC_USER_TOKEN");
-        qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &message) { loggedMessages.append(message); });
     }
 
     void init()
     {
-        QVERIFY(m_folder.isValid());
         QFile::remove(settingsFile());
-        keychainToken.clear();
-        keychainReachable = true;
-        loggedMessages.clear();
+        MemoryKeychain::token.clear();
+        MemoryKeychain::reachable = true;
     }
 
     void servesThePageWithTheTokenInert()
@@ -173,25 +130,25 @@ private Q_SLOTS:
         auto run = server.run(trickyToken, browser.opener());
         QVERIFY(QHostAddress(browser.pageUrl.host()).isLoopback());
 
-        const BrowserReply page = browser.send("GET", "/?state="_L1 + browser.state());
+        QCOMPARE(browser.send("GET", "/?state="_L1 + browser.state()), 200);
 
-        QCOMPARE(page.status, 200);
-        QVERIFY(!page.body.contains("</script><script>alert(1)"));
+        const QByteArray page = browser.lastBody;
+        QVERIFY(!page.contains("</script><script>alert(1)"));
         const QRegularExpression configurationBlock(uR"(<script type="application/json" id="configuration">(.*?)</script>)"_s);
         const QJsonObject configuration =
-            QJsonDocument::fromJson(configurationBlock.match(QString::fromUtf8(page.body)).captured(1).toUtf8()).object();
+            QJsonDocument::fromJson(configurationBlock.match(QString::fromUtf8(page)).captured(1).toUtf8()).object();
         QCOMPARE(configuration.value(u"developerToken").toString(), trickyToken);
         QCOMPARE(configuration.value(u"state").toString(), browser.state());
 
-        const QByteArray policy = page.securityPolicy;
+        const QByteArray policy = browser.lastSecurityPolicy;
         const QString nonce = QRegularExpression(u"'nonce-([^']+)'"_s).match(QString::fromLatin1(policy)).captured(1);
         QVERIFY(policy.contains("script-src 'nonce-" + nonce.toLatin1() + "' https://js-cdn.music.apple.com;"));
         // Every script the browser runs must carry the nonce, or the policy blocks it.
         const QRegularExpression scriptTag(uR"(<script(?! type="application/json")[^>]*>)"_s);
-        for (const QRegularExpressionMatch &tag : scriptTag.globalMatch(QString::fromUtf8(page.body)))
+        for (const QRegularExpressionMatch &tag : scriptTag.globalMatch(QString::fromUtf8(page)))
             QVERIFY2(tag.captured().contains(u"nonce=\"%1\""_s.arg(nonce)), qPrintable(tag.captured()));
         browser.report({{u"declined"_s, true}});
-        QCoro::waitFor(std::move(run));
+        testing::waitFor(std::move(run));
     }
 
     void refusesWhatIsNotTheSignIn_data()
@@ -231,12 +188,12 @@ private Q_SLOTS:
         auto run = server.run(developerToken, browser.opener());
         target.replace(u"{state}"_s, browser.state()).replace(u"{port}"_s, QString::number(browser.pageUrl.port()));
 
-        const BrowserReply refused = browser.send(method, target, origin.replace("{origin}", browser.origin()), contentType,
-                                                  body.replace("{state}", browser.state().toLatin1()));
-
-        QCOMPARE(refused.status, expectedStatus);
-        QCOMPARE(browser.report({{u"musicUserToken"_s, userToken}}).status, 204);
-        QCOMPARE(QCoro::waitFor(std::move(run)).musicUserToken, userToken);
+        QCOMPARE(browser.send(method, target, origin.replace("{origin}", browser.origin()), contentType,
+                              body.replace("{state}", browser.state().toLatin1())),
+                 expectedStatus);
+        // A refused request leaves the sign-in open for the real page.
+        QCOMPARE(browser.report({{u"musicUserToken"_s, userToken}}), 204);
+        QCOMPARE(testing::waitFor(std::move(run)).musicUserToken, userToken);
     }
 
     void handsActionsToTheRunningInstance()
@@ -260,28 +217,12 @@ private Q_SLOTS:
         QVERIFY(!SingleInstance(name).listen());
     }
 
-    void signsInOnceForOverlappingRequests()
-    {
-        SignInBench bench(settingsFile());
-        QSignalSpy statusChanges(&bench.authorization, &MusicAuthorization::statusChanged);
-
-        auto first = bench.authorization.request();
-        auto second = bench.authorization.request();
-        QTRY_COMPARE(bench.browser.openings, 1);
-        QCOMPARE(bench.browser.report({{u"musicUserToken"_s, userToken}}).status, 204);
-
-        QCOMPARE(QCoro::waitFor(std::move(first)), Status::authorized);
-        QCOMPARE(QCoro::waitFor(std::move(second)), Status::authorized);
-        QCOMPARE(bench.developerTokenFetches, 1);
-        QCOMPARE(statusChanges.count(), 1);
-    }
-
     void outcomeStandsUntilTheNextRun_data()
     {
         QTest::addColumn<QJsonObject>("report");  // empty: the tab is closed and the sign-in times out
         QTest::addColumn<bool>("keychainLocksMeanwhile");
         QTest::addColumn<Status>("expected");
-        QTest::addColumn<QString>("log");
+        QTest::addColumn<QString>("expectedLog");
         const QJsonObject authorized{{u"musicUserToken"_s, userToken}};
         QTest::newRow("authorized") << authorized << false << Status::authorized << u"Apple Music sign-in authorized"_s;
         QTest::newRow("declined") << QJsonObject{{u"declined"_s, true}} << false << Status::denied << u"Apple Music sign-in declined"_s;
@@ -297,22 +238,27 @@ private Q_SLOTS:
         QFETCH(QJsonObject, report);
         QFETCH(bool, keychainLocksMeanwhile);
         QFETCH(Status, expected);
-        QFETCH(QString, log);
+        QFETCH(QString, expectedLog);
         {
+            testing::LogCapture log;
             SignInBench bench(settingsFile(), report.isEmpty() ? 20ms : 5min);
-            auto asked = bench.authorization.request();
+            // Both start before the keychain answers; they share one sign-in.
+            auto first = bench.authorization.request();
+            auto second = bench.authorization.request();
             QTRY_COMPARE(bench.browser.openings, 1);
             const QString state = bench.browser.state();
-            keychainReachable = !keychainLocksMeanwhile;
+            MemoryKeychain::reachable = !keychainLocksMeanwhile;
             if (!report.isEmpty())
-                QCOMPARE(bench.browser.report(report).status, 204);
-            QCOMPARE(QCoro::waitFor(std::move(asked)), expected);
-            QCOMPARE(loggedMessages.last(), log);
+                QCOMPARE(bench.browser.report(report), 204);
+            QCOMPARE(testing::waitFor(std::move(first)), expected);
+            QCOMPARE(testing::waitFor(std::move(second)), expected);
+            QCOMPARE(bench.developerTokenFetches, 1);
+            QCOMPARE(log.messagesOf(musicCategory).last(), expectedLog);
             for (const QString &secret : {developerToken, userToken, state})
-                QVERIFY2(!loggedMessages.join(u'\n').contains(secret), qPrintable(loggedMessages.join(u'\n')));
+                QVERIFY2(!log.lines().join(u'\n').contains(secret), qPrintable(secret));
 
-            QVERIFY(bench.browser.report({{u"musicUserToken"_s, u"second"_s}}).status != 204);
-            keychainReachable = true;
+            QVERIFY(bench.browser.report({{u"musicUserToken"_s, u"second"_s}}) != 204);
+            MemoryKeychain::reachable = true;
             QCOMPARE(bench.request(), expected);
             QCOMPARE(bench.browser.openings, 1);
         }
@@ -335,23 +281,24 @@ private Q_SLOTS:
     {
         QFETCH(bool, keychainLocked);
         QFETCH(QString, log);
+        testing::LogCapture capture;
         SignInBench bench(settingsFile());
-        keychainReachable = !keychainLocked;
+        MemoryKeychain::reachable = !keychainLocked;
         bench.developerTokenAvailable = keychainLocked;
 
         QCOMPARE(bench.request(), Status::notDetermined);
         QCOMPARE(bench.browser.openings, 0);
-        QCOMPARE(loggedMessages, QStringList{log});
+        QCOMPARE(capture.messagesOf(musicCategory), QStringList{log});
     }
 
     void signOutStandsUntilExplicitSignIn()
     {
-        keychainToken = userToken;
+        MemoryKeychain::token = userToken;
         SignInBench bench(settingsFile());
         QCOMPARE(bench.request(), Status::authorized);
         bench.authorization.signOut();
         QTRY_COMPARE(bench.authorization.currentStatus(), Status::notDetermined);
-        QCOMPARE(keychainToken, QString());
+        QCOMPARE(MemoryKeychain::token, QString());
 
         SignInBench nextRun(settingsFile());
         QCOMPARE(nextRun.request(), Status::denied);
@@ -360,7 +307,7 @@ private Q_SLOTS:
         QTRY_COMPARE(nextRun.browser.openings, 1);
         nextRun.browser.report({{u"musicUserToken"_s, userToken}});
         QTRY_COMPARE(nextRun.authorization.currentStatus(), Status::authorized);
-        QCOMPARE(keychainToken, userToken);
+        QCOMPARE(MemoryKeychain::token, userToken);
         QVERIFY(!QSettings(settingsFile(), QSettings::IniFormat).contains(u"musicSignInDeclined"_s));
     }
 

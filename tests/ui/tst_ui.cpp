@@ -41,12 +41,13 @@ Q_IMPORT_QML_PLUGIN(Airnote_UIPlugin)
 using namespace airnote;
 using namespace airnote::fakes;
 using namespace std::chrono_literals;
+using namespace Qt::StringLiterals;
 using Endpoint = FakeAppleMusic::Endpoint;
 using testing::fixture;
 
 namespace {
 
-const QString stationPath = QStringLiteral("/livemeta/live/7/webrf_fip_player");
+const QString stationPath = u"/livemeta/live/7/webrf_fip_player"_s;
 const QColor coverColour(200, 40, 120);
 const QColor artworkColour(30, 150, 200);
 
@@ -64,17 +65,17 @@ QByteArray flatImage(const QColor &colour, const char *format)
 
 HttpReply stationReply(const QString &name)
 {
-    if (name == QLatin1String("hang"))
+    if (name == "hang"_L1)
         return HttpReply::hangForever();
-    if (name == QLatin1String("segment"))
-        return HttpReply::json(200, fixture(QStringLiteral("station-segment.json")));
-    if (!name.startsWith(QLatin1String("live")))
+    if (name == "segment"_L1)
+        return HttpReply::json(200, fixture(u"station-segment.json"_s));
+    if (!name.startsWith("live"_L1))
         return HttpReply::text(name.toInt(), "station trouble");
-    QJsonObject document = QJsonDocument::fromJson(fixture(QStringLiteral("station-live.json"))).object();
-    QJsonObject now = document.value(QStringLiteral("now")).toObject();
-    if (name == QLatin1String("liveWithoutCover"))
-        now.remove(QStringLiteral("cover"));
-    document.insert(QStringLiteral("now"), now);
+    QJsonObject document = QJsonDocument::fromJson(fixture(u"station-live.json"_s)).object();
+    QJsonObject now = document.value(u"now"_s).toObject();
+    if (name == "liveWithoutCover"_L1)
+        now.remove(u"cover"_s);
+    document.insert(u"now"_s, now);
     return HttpReply::json(200, QJsonDocument(document).toJson());
 }
 
@@ -133,14 +134,13 @@ void saveScreenshot(const QImage &image)
     const QString folder = QStringLiteral(AIRNOTE_TEST_OUTPUT_DIR "/screenshots");
     QDir().mkpath(folder);
     const QString row = QString::fromUtf8(QTest::currentDataTag()).replace(QLatin1Char(' '), QLatin1Char('-'));
-    QVERIFY(image.save(QStringLiteral("%1/%2-%3.png").arg(folder, QLatin1String(QTest::currentTestFunction()), row)));
+    QVERIFY(image.save(u"%1/%2-%3.png"_s.arg(folder, QLatin1String(QTest::currentTestFunction()), row)));
 }
 
 CaptureRecord record(const QString &title, CaptureRecord::Status status, qint64 secondsAgo)
 {
-    return CaptureRecord(QUuid::createUuid(), QDateTime::currentDateTimeUtc().addSecs(-secondsAgo),
-                         QStringLiteral("Mira & Sol"), title, std::nullopt, std::nullopt, std::nullopt, status,
-                         std::nullopt);
+    return CaptureRecord(QUuid::createUuid(), QDateTime::currentDateTimeUtc().addSecs(-secondsAgo), u"Mira & Sol"_s,
+                         title, std::nullopt, std::nullopt, std::nullopt, status, std::nullopt);
 }
 
 QByteArray historyDocument(const QList<CaptureRecord> &oldestFirst)
@@ -176,7 +176,7 @@ struct PanelUnderTest
         AirnoteApp::Services services = testing::servicesFor(&network, station, home.path(), music);
         if (!runningVersion.isEmpty()) {
             delete services.updater;
-            const QUrl feed = station.resolved(QUrl(QStringLiteral("/appcast.xml")));
+            const QUrl feed = station.resolved(QUrl(u"/appcast.xml"_s));
             services.updater = new UpdateChecker(&network, feed, runningVersion, 24h);
         }
         if (!history.isEmpty()) {
@@ -213,7 +213,7 @@ struct PanelUnderTest
     }
 
     // The face frames on screen, one fading out included.
-    QList<QQuickItem *> faces() const { return itemsNamed(content(), QStringLiteral("face")); }
+    QList<QQuickItem *> faces() const { return itemsNamed(content(), u"face"_s); }
 
     // The face whose key starts with keyStart, once it is alone, opaque, and
     // the window has taken its size, so that clicks land where its items are.
@@ -235,7 +235,7 @@ struct PanelUnderTest
 
     bool clickOnNowPlaying(const QString &button)
     {
-        QQuickItem *nowPlaying = settledFace(QStringLiteral("nowPlaying"));
+        QQuickItem *nowPlaying = settledFace(u"nowPlaying"_s);
         if (nowPlaying)
             click(window(), itemNamed(nowPlaying, button));
         return nowPlaying;
@@ -264,13 +264,12 @@ class UiTest : public QObject
     {
         auto answered = std::make_shared<qsizetype>(0);
         m_server.setHandler([this, script, answered](const HttpRequest &request) {
-            if (request.path.startsWith(QLatin1String("/pikapi/images/")))
+            if (request.path.startsWith("/pikapi/images/"_L1))
                 return HttpReply{.status = 200, .body = m_cover, .contentType = "image/webp"};
-            if (request.path.startsWith(QLatin1String("/artwork/")))
+            if (request.path.startsWith("/artwork/"_L1))
                 return HttpReply{.status = 200, .body = m_artwork, .contentType = "image/png"};
-            if (request.path == QLatin1String("/appcast.xml"))
-                return HttpReply{.status = 200, .body = fixture(QStringLiteral("appcast.xml")),
-                                 .contentType = "application/rss+xml"};
+            if (request.path == "/appcast.xml"_L1)
+                return HttpReply{.status = 200, .body = fixture(u"appcast.xml"_s), .contentType = "application/rss+xml"};
             return stationReply(script.at(std::min((*answered)++, script.size() - 1)));
         });
     }
@@ -284,15 +283,12 @@ class UiTest : public QObject
     // The first candidates of a catalog whose songs all match the track on air.
     QJsonArray catalog(qsizetype candidates) const
     {
-        const QString artwork = m_server.url().toString() + QStringLiteral("/artwork/%1/{w}x{h}bb.png");
+        const QString artwork = m_server.url().toString() + u"/artwork/%1/{w}x{h}bb.png"_s;
         const QList<QJsonObject> songs{
-            FakeAppleMusic::songResource(QStringLiteral("1712000001"), QStringLiteral("Harbour Lights"),
-                                         QStringLiteral("Mira & Sol"), QStringLiteral("Tides"),
+            FakeAppleMusic::songResource(u"1712000001"_s, u"Harbour Lights"_s, u"Mira & Sol"_s, u"Tides"_s,
                                          artwork.arg(1712000001)),
-            FakeAppleMusic::songResource(QStringLiteral("1712000042"), QStringLiteral("Harbor Lights"),
-                                         QStringLiteral("Mira & Sol"), {}, artwork.arg(1712000042)),
-            FakeAppleMusic::songResource(QStringLiteral("1712000077"), QStringLiteral("Harbour Lights"),
-                                         QStringLiteral("The Lanterns")),
+            FakeAppleMusic::songResource(u"1712000042"_s, u"Harbor Lights"_s, u"Mira & Sol"_s, {}, artwork.arg(1712000042)),
+            FakeAppleMusic::songResource(u"1712000077"_s, u"Harbour Lights"_s, u"The Lanterns"_s),
         };
         QJsonArray chosen;
         for (const QJsonObject &song : songs.first(candidates))
@@ -316,7 +312,7 @@ private Q_SLOTS:
     void init()
     {
         m_server.clearRequests();
-        serveStation({QStringLiteral("live")});
+        serveStation({u"live"_s});
         m_music = std::make_unique<FakeAppleMusic>();
         QVERIFY(m_music->listen());
         qputenv("AIRNOTE_MUSIC_USER_TOKEN", m_music->musicUserToken().toUtf8());
@@ -331,13 +327,12 @@ private Q_SLOTS:
         QTest::addColumn<QString>("artwork");
         QTest::addColumn<QString>("toolTip");
 
-        const QStringList track{QStringLiteral("trackBlock"), QStringLiteral("saveButton")};
+        const QStringList track{u"trackBlock"_s, u"saveButton"_s};
         QTest::newRow("track with its cover") << QStringList{"live"} << track << "cover" << "";
         QTest::newRow("track without cover") << QStringList{"liveWithoutCover"} << track << "placeholder" << "";
-        QTest::newRow("cover gone at the next poll")
-            << QStringList{"live", "liveWithoutCover"} << track << "placeholder" << "";
-        QTest::newRow("first poll in flight")
-            << QStringList{"hang"} << QStringList{"loadingMessage", "fetchingIndicator"} << "" << "Mise à jour…";
+        QTest::newRow("cover gone at the next poll") << QStringList{"live", "liveWithoutCover"} << track << "placeholder" << "";
+        QTest::newRow("first poll in flight") << QStringList{"hang"} << QStringList{"loadingMessage", "fetchingIndicator"}
+                                              << "" << "Mise à jour…";
         QTest::newRow("programme segment") << QStringList{"segment"} << QStringList{"noMusicMessage"} << "" << "";
         QTest::newRow("unreachable after a track") << QStringList{"live", "500", "500", "500"}
                                                    << track + QStringList{"unreachableWarning"} << "cover"
@@ -359,7 +354,7 @@ private Q_SLOTS:
         QCOMPARE(stationRequestCount(), 0);
         QVERIFY(panel.show());
 
-        auto *artworkItem = itemNamed(panel.content(), QStringLiteral("artwork"));
+        auto *artworkItem = itemNamed(panel.content(), u"artwork"_s);
         for (qsizetype poll = 1; poll <= script.size(); ++poll) {
             QTRY_COMPARE(stationRequestCount(), poll);
             if (poll < script.size()) {
@@ -370,9 +365,9 @@ private Q_SLOTS:
                 panel.fip.cutWaitShort();
             }
         }
-        const bool hangs = script.constLast() == QLatin1String("hang");
+        const bool hangs = script.constLast() == "hang"_L1;
         QTRY_VERIFY(hangs ? panel.fip.isFetching() : panel.fip.isWaiting());
-        if (artwork == QLatin1String("cover"))
+        if (artwork == "cover"_L1)
             QTRY_VERIFY(artworkItem->property("isLoaded").toBool());
 
         for (const char *part : {"trackBlock", "saveButton", "loadingMessage", "noMusicMessage",
@@ -380,16 +375,16 @@ private Q_SLOTS:
             QVERIFY2(isVisible(panel.content(), part) == shown.contains(part), qPrintable(part));
         const QImage image = panel.grab();
         const QColor shownArtwork = pixelAt(image, artworkItem);
-        if (artwork == QLatin1String("cover"))
+        if (artwork == "cover"_L1)
             QVERIFY2(colourDistance(shownArtwork, coverColour) < 24, "the artwork shows the served cover");
-        if (artwork == QLatin1String("placeholder")) {
+        if (artwork == "placeholder"_L1) {
             QVERIFY(colourDistance(shownArtwork, coverColour) > 100);
             QVERIFY(colourDistance(shownArtwork, pixelAt(image, panel.content(), {0.5, 0.02})) < 40);
         }
-        if (shown.contains(QStringLiteral("trackBlock"))) {
+        if (shown.contains(u"trackBlock"_s)) {
             QCOMPARE(itemNamed(panel.content(), "trackTitle")->property("text").toString(), panel.fip.current()->title);
-            QVERIFY(showsText(itemNamed(panel.content(), "trackArtist"), QStringLiteral("Mira & Sol")));
-            QVERIFY(!isVisible(panel.content(), QStringLiteral("trackAlbum")));
+            QVERIFY(showsText(itemNamed(panel.content(), "trackArtist"), u"Mira & Sol"_s));
+            QVERIFY(!isVisible(panel.content(), u"trackAlbum"_s));
         }
         if (!toolTip.isEmpty()) {
             QVERIFY(!showsText(panel.window().contentItem(), toolTip));
@@ -424,7 +419,7 @@ private Q_SLOTS:
         const auto ago = [&now](qint64 seconds) { return RelativeTime::since(now.addSecs(-seconds), now); };
         const auto placed = [](const QRect &anchor) {
             const QPoint origin = PanelWindow::placement(anchor, QSize(320, 200), QRect(0, 0, 1280, 800));
-            return QStringLiteral("%1,%2").arg(origin.x()).arg(origin.y());
+            return u"%1,%2"_s.arg(origin.x()).arg(origin.y());
         };
         QTest::newRow("badge at the green threshold") << badge(0.85) << "85% High";
         QTest::newRow("badge just under it") << badge(0.8499) << "84% Fair";
@@ -461,40 +456,33 @@ private Q_SLOTS:
         QTest::addColumn<int>("iconHue");
         QTest::addColumn<QStringList>("library");
 
-        const QString onAir = QStringLiteral("Mira & Sol — Harbour Lights");
+        const QString onAir = u"Mira & Sol — Harbour Lights"_s;
         const int none = 0;
         const int enter = Qt::Key_Return;
         const int escape = Qt::Key_Escape;
         const QStringList nothing;
-        const QStringList first{QStringLiteral("1712000001")};
+        const QStringList first{u"1712000001"_s};
         QTest::newRow("searching") << 1 << "slow search" << -1 << none << "searching-"
                                    << QStringList{"Recherche dans Apple Music…", onAir} << -1 << nothing;
-        QTest::newRow("preview with one candidate")
-            << 1 << "" << -1 << none << "preview-"
-            << QStringList{"Confirmer la sauvegarde", "FIP : " + onAir + "  ·  1 résultat", "Tides", "100%"} << -1
-            << nothing;
+        QTest::newRow("preview with one candidate") << 1 << "" << -1 << none << "preview-" << QStringList{
+            "Confirmer la sauvegarde", "FIP : " + onAir + "  ·  1 résultat", "Tides", "100%"} << -1 << nothing;
         QTest::newRow("preview with three candidates") << 3 << "" << -1 << none << "preview-"
-                                                       << QStringList{"FIP : " + onAir + "  ·  3 résultats"} << -1
-                                                       << nothing;
-        QTest::newRow("preview without candidates")
-            << 0 << "" << -1 << none << "preview-"
-            << QStringList{"Pas trouvé dans Apple Music", "FIP joue : " + onAir, "Annuler", "Logger pour plus tard"}
-            << -1 << nothing;
-        QTest::newRow("saving") << 1 << "slow addition" << -1 << enter << "saving-"
-                                << QStringList{"Sauvegarde…", onAir} << -1 << nothing;
-        QTest::newRow("success") << 1 << "" << -1 << enter << "success-"
-                                 << QStringList{"Sauvé dans Apple Music", onAir} << 135 << first;
+                                                       << QStringList{"FIP : " + onAir + "  ·  3 résultats"} << -1 << nothing;
+        QTest::newRow("preview without candidates") << 0 << "" << -1 << none << "preview-" << QStringList{
+            "Pas trouvé dans Apple Music", "FIP joue : " + onAir, "Annuler", "Logger pour plus tard"} << -1 << nothing;
+        QTest::newRow("saving") << 1 << "slow addition" << -1 << enter << "saving-" << QStringList{"Sauvegarde…", onAir}
+                                << -1 << nothing;
+        QTest::newRow("success") << 1 << "" << -1 << enter << "success-" << QStringList{"Sauvé dans Apple Music", onAir}
+                                 << 135 << first;
         QTest::newRow("already saved") << 1 << "recent save" << -1 << none << "already-"
                                        << QStringList{"Déjà sauvé récemment", onAir} << 211 << nothing;
-        QTest::newRow("failure with a long message")
-            << 1 << "failing addition" << -1 << enter << "failure-" << QStringList{"Échec"} << 35 << nothing;
-        QTest::newRow("return confirms the card pressed last")
-            << 3 << "" << 2 << enter << "success-" << nothing << -1 << QStringList{"1712000077"};
-        QTest::newRow("escape cancels") << 3 << "" << 1 << escape << "nowPlaying" << nothing << -1 << nothing;
-        QTest::newRow("escape cancels the empty sheet")
-            << 0 << "" << -1 << escape << "nowPlaying" << nothing << -1 << nothing;
-        QTest::newRow("return does nothing without candidates")
-            << 0 << "" << -1 << enter << "preview-" << nothing << -1 << nothing;
+        QTest::newRow("failure with a long message") << 1 << "failing addition" << -1 << enter << "failure-"
+                                                     << QStringList{"Échec"} << 35 << nothing;
+        QTest::newRow("return confirms the card pressed last") << 3 << "" << 2 << enter << "success-" << nothing << -1
+                                                               << QStringList{"1712000077"};
+        QTest::newRow("escape cancels") << 0 << "" << -1 << escape << "nowPlaying" << nothing << -1 << nothing;
+        QTest::newRow("return does nothing without candidates") << 0 << "" << -1 << enter << "preview-" << nothing << -1
+                                                                << nothing;
     }
 
     void saveFlowFaces()
@@ -509,29 +497,29 @@ private Q_SLOTS:
         QFETCH(QStringList, library);
 
         m_music->setCatalog(catalog(candidates));
-        if (setup == QLatin1String("slow search")) {
-            const QJsonObject songs{{QStringLiteral("songs"), QJsonObject{{QStringLiteral("data"), catalog(1)}}}};
-            const QByteArray body = QJsonDocument(QJsonObject{{QStringLiteral("results"), songs}}).toJson();
+        if (setup == "slow search"_L1) {
+            const QJsonObject songs{{u"songs"_s, QJsonObject{{u"data"_s, catalog(1)}}}};
+            const QByteArray body = QJsonDocument(QJsonObject{{u"results"_s, songs}}).toJson();
             m_music->replyNext(Endpoint::catalogSearch, HttpReply{.status = 200, .body = body, .delay = 3s});
         }
-        if (setup == QLatin1String("slow addition"))
+        if (setup == "slow addition"_L1)
             m_music->replyNext(Endpoint::libraryAddition, HttpReply{.status = 202, .body = {}, .delay = 3s});
-        if (setup == QLatin1String("failing addition")) {
-            const QString reason = QStringLiteral("Bibliothèque fermée pour maintenance programmée du stockage. ");
+        if (setup == "failing addition"_L1) {
+            const QString reason = u"Bibliothèque fermée pour maintenance programmée du stockage. "_s;
             m_music->replyNext(Endpoint::libraryAddition, HttpReply::text(503, reason.repeated(5).toUtf8()));
         }
-        const QByteArray history = setup == QLatin1String("recent save")
-            ? historyDocument({record(QStringLiteral("Harbour Lights"), CaptureRecord::Status::saved, 60)})
+        const QByteArray history = setup == "recent save"_L1
+            ? historyDocument({record(u"Harbour Lights"_s, CaptureRecord::Status::saved, 60)})
             : QByteArray();
         PanelUnderTest panel(m_music.get(), history);
         // Long enough to see the outcome cards; the test ends before they go.
         panel.app.workflow()->setHoldUnit(5s);
         QVERIFY(panel.showAndPoll());
-        QVERIFY(panel.clickOnNowPlaying(QStringLiteral("saveButton")));
+        QVERIFY(panel.clickOnNowPlaying(u"saveButton"_s));
         if (key != 0) {
-            QQuickItem *preview = panel.settledFace(QStringLiteral("preview-"));
+            QQuickItem *preview = panel.settledFace(u"preview-"_s);
             QVERIFY(preview);
-            const QList<QQuickItem *> cards = itemsNamed(preview, QStringLiteral("candidate"));
+            const QList<QQuickItem *> cards = itemsNamed(preview, u"candidate"_s);
             if (pressed >= 0) {
                 click(panel.window(), cards[pressed]);
                 for (qsizetype index = 0; index < cards.size(); ++index)
@@ -539,23 +527,23 @@ private Q_SLOTS:
             }
             QTest::keyClick(&panel.window(), Qt::Key(key));
             // The new face fades in while the old one fades out; nothing moves when nothing changed.
-            QCOMPARE(panel.faces().size(), shownKey == QLatin1String("preview-") ? 1 : 2);
+            QCOMPARE(panel.faces().size(), shownKey == "preview-"_L1 ? 1 : 2);
         }
 
         QQuickItem *face = panel.settledFace(shownKey);
         QVERIFY2(face, qPrintable(panel.app.panel()->faceKey()));
         for (const QString &text : texts)
             QVERIFY2(showsText(face, text), qPrintable(text));
-        if (shownKey == QLatin1String("preview-")) {
-            QCOMPARE(isVisible(face, QStringLiteral("notFound")), candidates == 0);
-            QCOMPARE(isVisible(face, QStringLiteral("confirmButton")), candidates > 0);
+        if (shownKey == "preview-"_L1) {
+            QCOMPARE(isVisible(face, u"notFound"_s), candidates == 0);
+            QCOMPARE(isVisible(face, u"confirmButton"_s), candidates > 0);
         }
-        if (shownKey == QLatin1String("preview-") && candidates > 0) {
+        if (shownKey == "preview-"_L1 && candidates > 0) {
             QVERIFY2(itemNamed(face, "candidate")->property("isSelected").toBool(), "the best is selected at once");
-            const QList<QQuickItem *> artworks = itemsNamed(face, QStringLiteral("candidateArtwork"));
+            const QList<QQuickItem *> artworks = itemsNamed(face, u"candidateArtwork"_s);
             QTRY_VERIFY(artworks[0]->property("isLoaded").toBool());
             QVERIFY(std::any_of(m_server.requests().cbegin(), m_server.requests().cend(), [](const auto &request) {
-                return request.path == QLatin1String("/artwork/1712000001/112x112bb.png");
+                return request.path == "/artwork/1712000001/112x112bb.png"_L1;
             }));
             const QImage image = panel.grab();
             QVERIFY(colourDistance(pixelAt(image, artworks[0]), artworkColour) < 24);
@@ -564,7 +552,7 @@ private Q_SLOTS:
                 // The light palette's green, green and orange.
                 const QList<std::pair<QString, QColor>> grades{
                     {"100%", QColor("#34c759")}, {"99%", QColor("#34c759")}, {"68%", QColor("#ff9500")}};
-                const QList<QQuickItem *> badges = itemsNamed(face, QStringLiteral("confidenceBadge"));
+                const QList<QQuickItem *> badges = itemsNamed(face, u"confidenceBadge"_s);
                 QCOMPARE(badges.size(), grades.size());
                 for (qsizetype index = 0; index < badges.size(); ++index) {
                     QCOMPARE(badges[index]->property("text").toString(), grades[index].first);
@@ -572,14 +560,14 @@ private Q_SLOTS:
                 }
             }
         }
-        if (shownKey == QLatin1String("failure-")) {
-            auto *subtitle = itemNamed(face, QStringLiteral("statusSubtitle"));
-            QVERIFY(subtitle->property("text").toString().contains(QStringLiteral("maintenance programmée")));
+        if (shownKey == "failure-"_L1) {
+            auto *subtitle = itemNamed(face, u"statusSubtitle"_s);
+            QVERIFY(subtitle->property("text").toString().contains(u"maintenance programmée"_s));
             QVERIFY(subtitle->property("truncated").toBool());
         }
         if (iconHue >= 0) {
             // Sampled in the lower part of the symbol, where every one of them is solid.
-            const QColor tint = pixelAt(panel.grab(), itemNamed(face, QStringLiteral("statusIcon")), {0.5, 19.5 / 24});
+            const QColor tint = pixelAt(panel.grab(), itemNamed(face, u"statusIcon"_s), {0.5, 19.5 / 24});
             QVERIFY2(std::abs(tint.hslHue() - iconHue) < 15, qPrintable(tint.name()));
         }
         saveScreenshot(panel.grab());
@@ -588,8 +576,8 @@ private Q_SLOTS:
         const bool confirmed = key == Qt::Key_Return && candidates > 0;
         QCOMPARE(m_music->requestsTo(Endpoint::libraryAddition).size(), confirmed ? 1 : 0);
         // Requests still in flight would outlive the services.
-        if (setup.startsWith(QLatin1String("slow")))
-            QVERIFY(panel.settledFace(setup == QLatin1String("slow search") ? "preview-" : "success-"));
+        if (setup.startsWith("slow"_L1))
+            QVERIFY(panel.settledFace(setup == "slow search"_L1 ? "preview-" : "success-"));
     }
 
     void historyFaces_data()
@@ -600,16 +588,16 @@ private Q_SLOTS:
         QTest::addColumn<bool>("scrolls");
 
         using Status = CaptureRecord::Status;
-        const QString longTitle = QStringLiteral("Harbour Lights, version longue enregistrée en public au festival");
+        const QString longTitle = u"Harbour Lights, version longue enregistrée en public au festival"_s;
         const QList<CaptureRecord> fourStatuses{
-            record(QStringLiteral("Noté pour plus tard"), Status::logged, 2 * 86400 + 60),
-            record(QStringLiteral("Échec de sauvegarde"), Status::saveFailed, 3 * 3600 + 60),
-            record(QStringLiteral("Introuvable dans le catalogue"), Status::noMatch, 5 * 60 + 10),
+            record(u"Noté pour plus tard"_s, Status::logged, 2 * 86400 + 60),
+            record(u"Échec de sauvegarde"_s, Status::saveFailed, 3 * 3600 + 60),
+            record(u"Introuvable dans le catalogue"_s, Status::noMatch, 5 * 60 + 10),
             record(longTitle, Status::saved, 20),
         };
         QList<CaptureRecord> many;
         for (int index = 1; index <= 60; ++index)
-            many.append(record(QStringLiteral("Morceau %1").arg(index), Status::saved, (61 - index) * 600));
+            many.append(record(u"Morceau %1"_s.arg(index), Status::saved, (61 - index) * 600));
 
         QTest::newRow("all four statuses")
             << historyDocument(fourStatuses)
@@ -632,28 +620,28 @@ private Q_SLOTS:
         PanelUnderTest panel(nullptr, file);
         QVERIFY(panel.showAndPoll());
         QSignalSpy loaded(panel.app.history(), &HistoryModel::loaded);
-        QVERIFY(panel.clickOnNowPlaying(QStringLiteral("historyButton")));
-        QQuickItem *history = panel.settledFace(QStringLiteral("history"));
+        QVERIFY(panel.clickOnNowPlaying(u"historyButton"_s));
+        QQuickItem *history = panel.settledFace(u"history"_s);
         QVERIFY(history);
         QTRY_COMPARE(loaded.size(), 1);
 
-        QCOMPARE(isVisible(history, QStringLiteral("emptyMessage")), titles.isEmpty());
-        auto *list = itemNamed(history, QStringLiteral("historyList"));
+        QCOMPARE(isVisible(history, u"emptyMessage"_s), titles.isEmpty());
+        auto *list = itemNamed(history, u"historyList"_s);
         QCOMPARE(list->isVisible(), !titles.isEmpty());
         if (!titles.isEmpty()) {
             QList<QQuickItem *> rows;
-            QTRY_VERIFY((rows = itemsNamed(list, QStringLiteral("historyRow"))).size() >= titles.size());
+            QTRY_VERIFY((rows = itemsNamed(list, u"historyRow"_s)).size() >= titles.size());
             std::sort(rows.begin(), rows.end(), [](QQuickItem *a, QQuickItem *b) { return a->y() < b->y(); });
             QStringList shownTitles;
             QStringList shownTimes;
             for (QQuickItem *row : rows.first(titles.size())) {
-                shownTitles.append(itemNamed(row, QStringLiteral("historyTitle"))->property("text").toString());
-                shownTimes.append(itemNamed(row, QStringLiteral("historyTime"))->property("text").toString());
+                shownTitles.append(itemNamed(row, u"historyTitle"_s)->property("text").toString());
+                shownTimes.append(itemNamed(row, u"historyTime"_s)->property("text").toString());
             }
             QCOMPARE(shownTitles, titles);
             QCOMPARE(shownTimes, times);
             QVERIFY2(itemNamed(rows[0], "historyTitle")->property("lineCount").toInt() == 1, "titles keep to one line");
-            QCOMPARE(isVisible(list, QStringLiteral("historyScrollBar")), scrolls);
+            QCOMPARE(isVisible(list, u"historyScrollBar"_s), scrolls);
             QCOMPARE(list->height() == 280.0, scrolls);
             QVERIFY2(!scrolls || rows.size() < 60, "rows are built as they scroll into view");
         }
@@ -667,23 +655,23 @@ private Q_SLOTS:
         m_music->setCatalog(catalog(1));
         PanelUnderTest panel(m_music.get(), {}, {}, 100ms);
         QVERIFY(panel.showAndPoll());
-        QVERIFY(panel.clickOnNowPlaying(QStringLiteral("saveButton")));
-        QVERIFY(panel.settledFace(QStringLiteral("preview-")));
+        QVERIFY(panel.clickOnNowPlaying(u"saveButton"_s));
+        QVERIFY(panel.settledFace(u"preview-"_s));
         // As the "--history" start does while a preview waits.
         panel.app.panel()->onShowHistory();
-        QVERIFY(panel.settledFace(QStringLiteral("history")));
+        QVERIFY(panel.settledFace(u"history"_s));
 
         QSignalSpy released(&panel.host, &PanelHost::released);
         panel.window().hide();
         QVERIFY(released.wait());
         QVERIFY(!panel.host.window());
         QVERIFY(panel.show());
-        QQuickItem *history = panel.settledFace(QStringLiteral("history"));
+        QQuickItem *history = panel.settledFace(u"history"_s);
         QVERIFY(history);
-        click(panel.window(), itemNamed(history, QStringLiteral("closeButton")));
-        QQuickItem *preview = panel.settledFace(QStringLiteral("preview-"));
+        click(panel.window(), itemNamed(history, u"closeButton"_s));
+        QQuickItem *preview = panel.settledFace(u"preview-"_s);
         QVERIFY(preview);
-        QVERIFY(itemNamed(preview, QStringLiteral("candidate"))->property("isSelected").toBool());
+        QVERIFY(itemNamed(preview, u"candidate"_s)->property("isSelected").toBool());
         QCOMPARE(released.size(), 1);
     }
 
@@ -703,15 +691,15 @@ private Q_SLOTS:
 
         PanelUnderTest panel(nullptr, {}, runningVersion);
         QVERIFY(panel.showAndPoll());
-        QVERIFY(panel.clickOnNowPlaying(QStringLiteral("updatesButton")));
+        QVERIFY(panel.clickOnNowPlaying(u"updatesButton"_s));
         QTRY_VERIFY(panel.host.updateDialog() && panel.host.updateDialog()->isVisible());
         QQuickWindow *dialog = panel.host.updateDialog();
         QVERIFY(QTest::qWaitForWindowExposed(dialog));
 
         QTRY_VERIFY(showsText(dialog->contentItem(), message));
-        QCOMPARE(isVisible(dialog->contentItem(), QStringLiteral("downloadLink")), runningVersion != "1.2.0");
+        QCOMPARE(isVisible(dialog->contentItem(), u"downloadLink"_s), runningVersion != "1.2.0");
         saveScreenshot(dialog->grabWindow());
-        click(*dialog, itemNamed(dialog->contentItem(), QStringLiteral("okButton")));
+        click(*dialog, itemNamed(dialog->contentItem(), u"okButton"_s));
         QTRY_VERIFY(!dialog->isVisible());
     }
 
