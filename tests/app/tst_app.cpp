@@ -29,6 +29,8 @@ using Endpoint = FakeAppleMusic::Endpoint;
 
 namespace {
 
+const QString failure = u"API Apple Music erreur 500 : upstream down"_s;
+
 QByteArray stationDocument(const QString &title, const QString &artist, bool music = true)
 {
     QJsonObject now{{u"firstLine"_s, title}, {u"secondLine"_s, artist}, {u"startTime"_s, 1795000000}};
@@ -152,73 +154,65 @@ private Q_SLOTS:
         QVERIFY(log.messagesOf("com.velmorin.Airnote.music").contains(u"Duplicate save blocked: Harbour Lights"_s));
     }
 
-    void showsFailuresAndRecordsOnlyFailedAdditions_data()
+    // What each ending of a flow shows, logs and records: only a confirmed
+    // addition, failed here, and a track noted for later leave a record.
+    void recordsWhatTheFlowEndsWith_data()
     {
-        QTest::addColumn<Endpoint>("failing");
-        QTest::addColumn<bool>("recorded");
-        QTest::addColumn<QString>("logPrefix");
-        QTest::newRow("search") << Endpoint::catalogSearch << false << u"Search failed: "_s;
-        QTest::newRow("library addition") << Endpoint::libraryAddition << true << u"Save failed: "_s;
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<QString>("artist");
+        QTest::addColumn<int>("failing");  // the endpoint answering 500, -1 for none
+        QTest::addColumn<QString>("decision");  // in the preview
+        QTest::addColumn<QString>("shown");  // a face key on the way
+        QTest::addColumn<QString>("recorded");  // the record's status, empty for none
+        QTest::addColumn<QString>("logged");
+        QTest::newRow("search fails") << u"Harbour Lights"_s << u"Mira & Sol"_s << int(Endpoint::catalogSearch) << QString()
+                                      << u"failure-"_s + failure << QString() << u"Search failed: "_s + failure;
+        QTest::newRow("addition fails") << u"Harbour Lights"_s << u"Mira & Sol"_s << int(Endpoint::libraryAddition) << u"confirm"_s
+                                        << u"failure-"_s + failure << u"save_failed"_s << u"Save failed: "_s + failure;
+        QTest::newRow("logged for later") << u"Unknown Song"_s << u"Nobody"_s << -1 << u"log"_s
+                                          << u"already-Unknown Song-Nobody"_s << u"no_match"_s << QString();
+        QTest::newRow("cancelled") << u"Unknown Song"_s << u"Nobody"_s << -1 << u"cancel"_s << u"nowPlaying"_s << QString()
+                                   << QString();
     }
 
-    void showsFailuresAndRecordsOnlyFailedAdditions()
+    void recordsWhatTheFlowEndsWith()
     {
-        QFETCH(Endpoint, failing);
-        QFETCH(bool, recorded);
-        QFETCH(QString, logPrefix);
+        QFETCH(QString, title);
+        QFETCH(QString, artist);
+        QFETCH(int, failing);
+        QFETCH(QString, decision);
+        QFETCH(QString, shown);
+        QFETCH(QString, recorded);
+        QFETCH(QString, logged);
         testing::LogCapture log;
-        startApp(stationDocument(u"Harbour Lights"_s, u"Mira & Sol"_s));
-        m_music->replyNext(failing, HttpReply::text(500, "upstream down"));
-        const QString message = u"API Apple Music erreur 500 : upstream down"_s;
+        startApp(stationDocument(title, artist));
+        if (failing >= 0)
+            m_music->replyNext(Endpoint(failing), HttpReply::text(500, "upstream down"));
 
         m_app->workflow()->onSave();
-        if (recorded) {
+        if (!decision.isEmpty()) {
             waitForPreview();
-            m_app->workflow()->onConfirm(u"1712000001"_s);
+            if (decision == "confirm"_L1)
+                m_app->workflow()->onConfirm(u"1712000001"_s);
+            else if (decision == "log"_L1)
+                m_app->workflow()->onLogForLater();
+            else
+                m_app->workflow()->onCancel();
         }
         waitForNowPlaying();
-        QVERIFY(m_faces.contains(u"failure-"_s + message));
-        QVERIFY(log.messagesOf("com.velmorin.Airnote.music").contains(logPrefix + message));
+        QVERIFY2(m_faces.contains(shown), qPrintable(m_faces.join(u" / ")));
+        if (!logged.isEmpty())
+            QVERIFY(log.messagesOf("com.velmorin.Airnote.music").contains(logged));
 
         const QList<CaptureRecord> records = history();
-        QCOMPARE(records.size(), recorded ? 1 : 0);
-        if (recorded) {
-            QCOMPARE(records[0].status(), CaptureRecord::Status::saveFailed);
-            QCOMPARE(records[0].errorMessage(), std::optional(message));
-            QCOMPARE(records[0].appleSongID(), std::optional(u"1712000001"_s));
-        }
-    }
-
-    void logsForLaterOrCancelsAnEmptyPreview_data()
-    {
-        QTest::addColumn<bool>("logForLater");
-        QTest::newRow("log for later") << true;
-        QTest::newRow("cancel") << false;
-    }
-
-    void logsForLaterOrCancelsAnEmptyPreview()
-    {
-        QFETCH(bool, logForLater);
-        startApp(stationDocument(u"Unknown Song"_s, u"Nobody"_s));
-        m_app->workflow()->onSave();
-        waitForPreview();
-        QVERIFY(m_app->workflow()->sheet()->matchList().isEmpty());
-
-        if (logForLater)
-            m_app->workflow()->onLogForLater();
-        else
-            m_app->workflow()->onCancel();
-        waitForNowPlaying();
-        const QList<CaptureRecord> records = history();
-        if (!logForLater) {
-            QVERIFY(records.isEmpty());
+        QCOMPARE(records.size(), recorded.isEmpty() ? 0 : 1);
+        if (recorded.isEmpty())
             return;
-        }
-        QVERIFY(m_faces.contains(u"already-Unknown Song-Nobody"_s));
-        QCOMPARE(records.size(), 1);
-        QCOMPARE(records[0].status(), CaptureRecord::Status::noMatch);
-        QCOMPARE(records[0].appleSongID(), std::nullopt);
-        QCOMPARE(records[0].confidence(), std::nullopt);
+        const bool matched = failing >= 0;
+        QCOMPARE(records[0].statusText(), recorded);
+        QCOMPARE(records[0].errorMessage(), matched ? std::optional(failure) : std::nullopt);
+        QCOMPARE(records[0].appleSongID(), matched ? std::optional(u"1712000001"_s) : std::nullopt);
+        QCOMPARE(records[0].confidence().has_value(), matched);
     }
 
     void ignoresSaveWithoutAMusicTrackOrTwice()
