@@ -26,8 +26,8 @@ class WakeSource;
 
 // The composition root: owns the long-lived services and the models built on
 // them (the save workflow, the history list, the panel), and starts what runs
-// by itself: the update schedule at once, the poller and the Apple Music
-// authorisation when the panel first appears.
+// by itself: the update schedule at once, the poller when the panel first
+// appears; each appearance asks for the Apple Music authorisation again.
 class AirnoteApp : public QObject
 {
     Q_OBJECT

@@ -9,6 +9,7 @@
 #include <QPointer>
 
 #include <algorithm>
+#include <utility>
 
 namespace airnote {
 
@@ -68,12 +69,17 @@ QHash<int, QByteArray> HistoryModel::roleNames() const
 
 void HistoryModel::reload()
 {
+    if (m_loading) {
+        m_reloadAsked = true;
+        return;
+    }
     load();
 }
 
 QCoro::Task<> HistoryModel::load()
 {
     QPointer<HistoryModel> self(this);
+    m_loading = true;
     QList<CaptureRecord> records;
     try {
         records = co_await m_store->loadAll();
@@ -82,6 +88,7 @@ QCoro::Task<> HistoryModel::load()
     }
     if (!self)
         co_return;
+    m_loading = false;
     std::reverse(records.begin(), records.end());
     const bool countChanges = records.size() != m_newestFirst.size();
     beginResetModel();
@@ -90,6 +97,8 @@ QCoro::Task<> HistoryModel::load()
     if (countChanges)
         Q_EMIT countChanged();
     Q_EMIT loaded();
+    if (std::exchange(m_reloadAsked, false))
+        load();
 }
 
 } // namespace airnote

@@ -34,8 +34,9 @@ public:
     QVariant data(const QModelIndex &index, int role) const override;
     QHash<int, QByteArray> roleNames() const override;
 
-    // Reads the store again; loaded() follows.
-    Q_INVOKABLE void reload();
+    // Reads the store again; loaded() follows. Asked again while it reads, it
+    // reads once more afterwards, not twice at once.
+    void reload();
 
 Q_SIGNALS:
     void countChanged();
@@ -46,6 +47,8 @@ private:
 
     CaptureStore *m_store;
     QList<CaptureRecord> m_newestFirst;
+    bool m_loading = false;
+    bool m_reloadAsked = false;
 };
 
 } // namespace airnote

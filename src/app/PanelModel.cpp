@@ -7,6 +7,8 @@
 #include "app/SaveWorkflow.h"
 #include "app/UpdateChecker.h"
 
+#include <QCoreApplication>
+
 namespace airnote {
 
 PanelModel::PanelModel(FIPMetadataService *station, SaveWorkflow *workflow, HistoryModel *history,
@@ -36,11 +38,6 @@ HistoryModel *PanelModel::history() const
     return m_history;
 }
 
-UpdateChecker *PanelModel::updater() const
-{
-    return m_updater;
-}
-
 PanelModel::Face PanelModel::face() const
 {
     if (m_showsHistory)
@@ -62,11 +59,6 @@ QString PanelModel::faceKey() const
         break;
     }
     return m_workflow->sheet()->id();
-}
-
-bool PanelModel::showsHistory() const
-{
-    return m_showsHistory;
 }
 
 void PanelModel::onPanelAppear()
@@ -91,6 +83,11 @@ void PanelModel::onCloseHistory()
 void PanelModel::onCheckForUpdates()
 {
     m_updater->checkForUpdates();
+}
+
+void PanelModel::onQuit()
+{
+    QCoreApplication::quit();
 }
 
 void PanelModel::setShowsHistory(bool shows)

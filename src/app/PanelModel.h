@@ -22,12 +22,10 @@ class PanelModel : public QObject
     Q_OBJECT
     Q_MOC_INCLUDE("app/HistoryModel.h")
     Q_MOC_INCLUDE("app/SaveWorkflow.h")
-    Q_MOC_INCLUDE("app/UpdateChecker.h")
     Q_MOC_INCLUDE("station/FIPMetadataService.h")
     Q_PROPERTY(airnote::FIPMetadataService *station READ station CONSTANT)
     Q_PROPERTY(airnote::SaveWorkflow *workflow READ workflow CONSTANT)
     Q_PROPERTY(airnote::HistoryModel *history READ history CONSTANT)
-    Q_PROPERTY(airnote::UpdateChecker *updater READ updater CONSTANT)
     Q_PROPERTY(Face face READ face NOTIFY faceChanged)
     // Changes exactly when the panel cross-fades to a new face: the face, or
     // for a sheet, the sheet's id.
@@ -43,10 +41,8 @@ public:
     FIPMetadataService *station() const;
     SaveWorkflow *workflow() const;
     HistoryModel *history() const;
-    UpdateChecker *updater() const;
     Face face() const;
     QString faceKey() const;
-    bool showsHistory() const;
 
     // Each time the panel's content appears. The history is read again each
     // time its face comes on screen.
@@ -54,6 +50,7 @@ public:
     Q_INVOKABLE void onShowHistory();
     Q_INVOKABLE void onCloseHistory();
     Q_INVOKABLE void onCheckForUpdates();
+    Q_INVOKABLE void onQuit();
 
 Q_SIGNALS:
     void appeared();

@@ -13,6 +13,7 @@
 #include <QPointer>
 #include <QUuid>
 
+#include <algorithm>
 #include <memory>
 
 namespace airnote {
@@ -51,14 +52,14 @@ const std::optional<SheetState> &SaveWorkflow::sheet() const
     return m_sheet;
 }
 
-bool SaveWorkflow::hasSheet() const
-{
-    return m_sheet.has_value();
-}
-
 SheetState SaveWorkflow::sheetForDisplay() const
 {
     return m_sheet.value_or(SheetState());
+}
+
+QString SaveWorkflow::selectedSongID() const
+{
+    return m_selectedSongID;
 }
 
 void SaveWorkflow::setHoldUnit(std::chrono::milliseconds unit)
@@ -110,6 +111,7 @@ QCoro::Task<> SaveWorkflow::saveCurrentTrack()
         showFor(SheetState::Failure{*failure}, searchFailureHoldSeconds);
         co_return;
     }
+    setSelectedSongID(matches.isEmpty() ? QString() : matches.constFirst().song.id);
     setSheet(SheetState::Preview{track, matches});
 }
 
@@ -141,9 +143,11 @@ QCoro::Task<> SaveWorkflow::confirmSave(FIPTrack track, CatalogMatch match)
 QCoro::Task<> SaveWorkflow::logForLater(FIPTrack track)
 {
     QPointer<SaveWorkflow> self(this);
+    m_decisionPending = true;
     co_await appendIgnoringErrors(newRecord(track, CaptureRecord::Status::noMatch));
     if (!self)
         co_return;
+    m_decisionPending = false;
     showFor(SheetState::AlreadySaved{track.artist, track.title}, duplicateHoldSeconds);
 }
 
@@ -170,9 +174,17 @@ void SaveWorkflow::onSave()
     saveCurrentTrack();
 }
 
+void SaveWorkflow::onSelect(const QString &songID)
+{
+    const SheetState::Preview *preview = undecidedPreview();
+    if (preview && std::any_of(preview->matches.cbegin(), preview->matches.cend(),
+                               [&songID](const CatalogMatch &match) { return match.song.id == songID; }))
+        setSelectedSongID(songID);
+}
+
 void SaveWorkflow::onConfirm(const QString &songID)
 {
-    const SheetState::Preview *preview = currentPreview();
+    const SheetState::Preview *preview = undecidedPreview();
     if (!preview)
         return;
     for (const CatalogMatch &match : preview->matches) {
@@ -185,13 +197,13 @@ void SaveWorkflow::onConfirm(const QString &songID)
 
 void SaveWorkflow::onLogForLater()
 {
-    if (const SheetState::Preview *preview = currentPreview())
+    if (const SheetState::Preview *preview = undecidedPreview())
         logForLater(preview->track);
 }
 
 void SaveWorkflow::onCancel()
 {
-    if (currentPreview())
+    if (undecidedPreview())
         cancelSheet();
 }
 
@@ -218,9 +230,19 @@ void SaveWorkflow::setSheet(std::optional<SheetState> sheet)
     Q_EMIT sheetChanged();
 }
 
-const SheetState::Preview *SaveWorkflow::currentPreview() const
+void SaveWorkflow::setSelectedSongID(QString songID)
 {
-    return m_sheet ? std::get_if<SheetState::Preview>(&m_sheet->value()) : nullptr;
+    if (songID == m_selectedSongID)
+        return;
+    m_selectedSongID = std::move(songID);
+    Q_EMIT selectionChanged();
+}
+
+const SheetState::Preview *SaveWorkflow::undecidedPreview() const
+{
+    if (!m_sheet || m_decisionPending)
+        return nullptr;
+    return std::get_if<SheetState::Preview>(&m_sheet->value());
 }
 
 } // namespace airnote

@@ -28,22 +28,23 @@ class FIPMetadataService;
 class SaveWorkflow : public QObject
 {
     Q_OBJECT
-    Q_PROPERTY(bool hasSheet READ hasSheet NOTIFY sheetChanged)
     Q_PROPERTY(airnote::SheetState sheet READ sheetForDisplay NOTIFY sheetChanged)
+    // The candidate the preview holds selected: the best one when it appears.
+    Q_PROPERTY(QString selectedSongID READ selectedSongID NOTIFY selectionChanged)
 
 public:
     SaveWorkflow(FIPMetadataService *fip, AppleMusicService *music, CaptureStore *store, QObject *parent = nullptr);
 
     const std::optional<SheetState> &sheet() const;
-    bool hasSheet() const;
     // The sheet, or a failure without message when there is none.
     SheetState sheetForDisplay() const;
+    QString selectedSongID() const;
 
     // Length of one second of the outcome cards' hold times; tests shorten it.
     void setHoldUnit(std::chrono::milliseconds unit);
 
-    // Each operation runs its whole flow, holds included, and is never
-    // cancelled; callers drop the task.
+    // Each operation runs its flow to its outcome, whose card a timer then
+    // holds; nothing cancels it, and callers drop the task.
     // Saves the track on air unless a flow is already on screen or starting.
     QCoro::Task<> saveCurrentTrack();
     QCoro::Task<> confirmSave(FIPTrack track, CatalogMatch match);
@@ -53,9 +54,10 @@ public:
     // as the poller has a track, at once when it already has one.
     void saveOnceTrackArrives();
 
-    // The views' decisions. The preview's three act only while the preview is
-    // shown, so a second Return or a late click cannot write twice.
+    // The views' decisions. The preview's act only while the preview is shown
+    // and still undecided, so a second Return or a late click cannot write twice.
     Q_INVOKABLE void onSave();
+    Q_INVOKABLE void onSelect(const QString &songID);
     Q_INVOKABLE void onConfirm(const QString &songID);
     Q_INVOKABLE void onLogForLater();
     Q_INVOKABLE void onCancel();
@@ -64,6 +66,7 @@ Q_SIGNALS:
     // Announced for every new state, even one with the same id, so that a
     // face showing that id can refresh its content.
     void sheetChanged();
+    void selectionChanged();
 
 private:
     // Appends the record; a failure is ignored and the outcome shown as if stored.
@@ -71,13 +74,17 @@ private:
     // Shows state for the given seconds, then clears the sheet whatever it holds.
     void showFor(SheetState state, double seconds);
     void setSheet(std::optional<SheetState> sheet);
-    const SheetState::Preview *currentPreview() const;
+    void setSelectedSongID(QString songID);
+    const SheetState::Preview *undecidedPreview() const;
 
     FIPMetadataService *m_fip;
     AppleMusicService *m_music;
     CaptureStore *m_store;
     std::optional<SheetState> m_sheet;
+    QString m_selectedSongID;
     bool m_saveStarting = false;
+    // Set while a note for later is being written, with the preview still shown.
+    bool m_decisionPending = false;
     std::chrono::milliseconds m_holdUnit{1000};
     QTimer m_holdTimer;
 };

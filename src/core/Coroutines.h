@@ -7,8 +7,8 @@
 // QCoro's, and keep to what follows.
 #include <QCoroTask>
 
-// g++ 12, the compiler of Debian 12, miscompiles three shapes of coroutine
-// code (GCC PR 100611, 101367, 106188, 103871), so none appears in this code:
+// g++ 12, the compiler of Debian 12, mishandles three shapes of coroutine code
+// (GCC PR 100611 and 101367, 106188, 103871), so none appears in this code:
 //
 // 1. A statement holding co_await builds no aggregate (a struct without
 //    constructors made with Agg{...} or Agg(...), a std::array, a bare {...}

@@ -7,7 +7,7 @@
 
 namespace airnote {
 
-// Both categories are created on first use by Qt's thread-safe static init.
+// The categories are created on first use by Qt's thread-safe static init.
 Q_DECLARE_LOGGING_CATEGORY(fipLogger)
 Q_DECLARE_LOGGING_CATEGORY(musicLogger)
 // Debug lines only, off by default: what scripts/measure-footprint reads.

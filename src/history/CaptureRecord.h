@@ -5,7 +5,6 @@
 
 #include <QDateTime>
 #include <QJsonObject>
-#include <QMetaType>
 #include <QString>
 #include <QUuid>
 
@@ -85,5 +84,3 @@ private:
 };
 
 } // namespace airnote
-
-Q_DECLARE_METATYPE(airnote::CaptureRecord)

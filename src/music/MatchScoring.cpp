@@ -5,11 +5,9 @@
 
 #include "core/Normalization.h"
 
-#include <QRegularExpression>
 #include <QTextBoundaryFinder>
 
 #include <algorithm>
-#include <array>
 #include <vector>
 
 namespace airnote {

@@ -58,7 +58,8 @@ QCoro::Task<MusicAuthorization::Status> MusicAuthorization::request()
     }
     if (m_signInRunning)
         co_await qCoro(this, &MusicAuthorization::signInFinished);
-    co_return m_status;
+    const Status status = m_status;  // a const copy (core/Coroutines.h)
+    co_return status;
 }
 
 void MusicAuthorization::signIn()

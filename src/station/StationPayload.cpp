@@ -68,8 +68,9 @@ std::optional<QUrl> makeArtworkURL(std::optional<QString> cover)
 {
     if (!cover || cover->isEmpty())
         return std::nullopt;
-    // The cover goes in as given, neither trimmed nor escaped: strict parsing
-    // then refuses what would not be a valid address.
+    // The cover goes in as given, untrimmed, as a path: '?' and '#' are escaped
+    // rather than read as a query, and strict parsing refuses the rest of what
+    // no address may hold.
     const QUrl url = withPathAppended(Endpoints::current().imageBase, "/pikapi/images/"_L1 + *cover + "/400x400"_L1,
                                       QUrl::StrictMode);
     if (!url.isValid())

@@ -101,7 +101,7 @@ Rectangle {
                 onSave: panel.model.workflow.onSave()
                 onShowHistory: panel.model.onShowHistory()
                 onCheckForUpdates: panel.model.onCheckForUpdates()
-                onQuit: Qt.quit()
+                onQuit: panel.model.onQuit()
             }
         }
     }
@@ -127,6 +127,8 @@ Rectangle {
                 fipArtist: frame.sheet.track.artist
                 fipTitle: frame.sheet.track.title
                 matches: frame.sheet.matches
+                selectedID: panel.model.workflow.selectedSongID
+                onSelect: songID => panel.model.workflow.onSelect(songID)
                 onConfirm: songID => panel.model.workflow.onConfirm(songID)
                 onLogForLater: panel.model.workflow.onLogForLater()
                 onCancel: panel.model.workflow.onCancel()

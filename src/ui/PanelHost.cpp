@@ -6,7 +6,6 @@
 #include "app/UpdateChecker.h"
 #include "core/Logging.h"
 
-#include <QCoreApplication>
 #include <QGuiApplication>
 #include <QQmlComponent>
 #include <QQmlEngine>
@@ -62,15 +61,19 @@ PanelHost::~PanelHost()
 void PanelHost::showNextTo(QRect anchor)
 {
     m_sinceShowRequest.start();
-    buildScene();
+    buildPanel();
     m_window->showNextTo(anchor);
+    releaseWhenClosed();
 }
 
 void PanelHost::toggleNextTo(QRect anchor)
 {
     m_sinceShowRequest.start();
-    buildScene();
+    buildPanel();
+    // The click that closes the panel has often hidden it already, by taking
+    // the focus away; then this toggle does nothing, and the release must go on.
     m_window->toggleNextTo(anchor);
+    releaseWhenClosed();
 }
 
 PanelWindow *PanelHost::window() const
@@ -83,15 +86,15 @@ QQuickWindow *PanelHost::updateDialog() const
     return m_updateDialog.get();
 }
 
-void PanelHost::buildScene()
+void PanelHost::buildEngine()
 {
-    m_releaseTimer.stop();
-    if (!m_engine) {
+    if (!m_engine)
         m_engine = std::make_unique<QQmlEngine>();
-        // Qt.quit() from the panel ends the program, after the click has been handled.
-        connect(m_engine.get(), &QQmlEngine::quit, QCoreApplication::instance(), &QCoreApplication::quit,
-                Qt::QueuedConnection);
-    }
+}
+
+void PanelHost::buildPanel()
+{
+    buildEngine();
     if (!m_window) {
         m_window = std::make_unique<PanelWindow>(m_engine.get(), m_model, m_presentation);
         connect(m_window.get(), &QWindow::visibleChanged, this, &PanelHost::releaseWhenClosed);
@@ -101,7 +104,7 @@ void PanelHost::buildScene()
 
 void PanelHost::buildUpdateDialog()
 {
-    buildScene();
+    buildEngine();
     if (m_updateDialog)
         return;
     QQmlComponent dialog(m_engine.get(), QUrl(QStringLiteral("qrc:/qt-project.org/imports/Airnote/UI/UpdateDialog.qml")));
@@ -124,6 +127,7 @@ void PanelHost::showUpdateDialog()
     m_updateDialog->show();
     m_updateDialog->raise();
     m_updateDialog->requestActivate();
+    releaseWhenClosed();
 }
 
 void PanelHost::releaseWhenClosed()

@@ -20,10 +20,10 @@ class PanelModel;
 class UpdateChecker;
 
 // Owns the program's Qt Quick scene: the panel's window and the update dialog,
-// built with their QML engine when one of them is first needed, and released
-// together once both have stayed closed for the release delay. A panel opened
-// a few times an hour then costs its memory only while it is used; what it
-// shows lives in the models, so a rebuilt panel opens on the same face.
+// each built when it is first needed, on one QML engine, and released with the
+// engine once both have stayed closed for the release delay. A panel opened a
+// few times an hour then costs its memory only while it is used; what it shows
+// lives in the models, so a rebuilt panel opens as it was left.
 class PanelHost : public QObject
 {
     Q_OBJECT
@@ -46,7 +46,8 @@ Q_SIGNALS:
     void released();
 
 private:
-    void buildScene();
+    void buildEngine();
+    void buildPanel();
     void buildUpdateDialog();
     void showUpdateDialog();
     void releaseWhenClosed();

@@ -17,15 +17,14 @@ Control {
     required property string fipTitle
     // CatalogMatch values, best first.
     required property var matches
-    // The catalog identifier of the selected candidate; the first on appearance.
-    property string selectedID
+    // The catalog identifier of the selected candidate.
+    required property string selectedID
     readonly property bool hasSelection: matches.some(match => match.song.id === selectedID)
 
+    signal select(string songID)
     signal confirm(string songID)
     signal logForLater()
     signal cancel()
-
-    Component.onCompleted: if (selectedID === "" && matches.length > 0) selectedID = matches[0].song.id
 
     implicitWidth: 360
     padding: 16
@@ -64,7 +63,7 @@ Control {
         padding: 8
         implicitWidth: row.implicitWidth + leftPadding + rightPadding
         implicitHeight: row.implicitHeight + topPadding + bottomPadding
-        onClicked: sheet.selectedID = modelData.song.id
+        onClicked: sheet.select(modelData.song.id)
 
         RowLayout {
             id: row

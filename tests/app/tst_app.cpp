@@ -195,7 +195,9 @@ private Q_SLOTS:
             if (decision == "confirm"_L1)
                 m_app->workflow()->onConfirm(u"1712000001"_s);
             else if (decision == "log"_L1)
-                m_app->workflow()->onLogForLater();
+                // A second click while the note is written must not write it twice.
+                for (int click = 0; click < 2; ++click)
+                    m_app->workflow()->onLogForLater();
             else
                 m_app->workflow()->onCancel();
         }

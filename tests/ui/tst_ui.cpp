@@ -649,14 +649,16 @@ private Q_SLOTS:
     }
 
     // The history covers a waiting preview, even across the release of the
-    // scene; closing it shows the preview again, the best candidate selected.
+    // scene; closing it shows the preview again, the candidate chosen still selected.
     void historyCoversTheSheetAcrossARelease()
     {
-        m_music->setCatalog(catalog(1));
+        m_music->setCatalog(catalog(3));
         PanelUnderTest panel(m_music.get(), {}, {}, 100ms);
         QVERIFY(panel.showAndPoll());
         QVERIFY(panel.clickOnNowPlaying(u"saveButton"_s));
-        QVERIFY(panel.settledFace(u"preview-"_s));
+        QQuickItem *preview = panel.settledFace(u"preview-"_s);
+        QVERIFY(preview);
+        click(panel.window(), itemsNamed(preview, u"candidate"_s).at(2));
         // As the "--history" start does while a preview waits.
         panel.app.panel()->onShowHistory();
         QVERIFY(panel.settledFace(u"history"_s));
@@ -669,10 +671,26 @@ private Q_SLOTS:
         QQuickItem *history = panel.settledFace(u"history"_s);
         QVERIFY(history);
         click(panel.window(), itemNamed(history, u"closeButton"_s));
-        QQuickItem *preview = panel.settledFace(u"preview-"_s);
-        QVERIFY(preview);
-        QVERIFY(itemNamed(preview, u"candidate"_s)->property("isSelected").toBool());
+        QVERIFY(preview = panel.settledFace(u"preview-"_s));
+        QVERIFY(itemsNamed(preview, u"candidate"_s).at(2)->property("isSelected").toBool());
         QCOMPARE(released.size(), 1);
+    }
+
+    // The click on the tray icon that closes the panel first takes its focus
+    // away, which hides it; the toggle that follows must not keep the scene alive.
+    void sceneReleasedAfterTheClickThatClosedThePanel()
+    {
+        PanelUnderTest panel;
+        PanelHost attached(panel.app.panel(), panel.app.updater(), PanelWindow::Presentation::Attached, 100ms);
+        QSignalSpy released(&attached, &PanelHost::released);
+        attached.showNextTo(QRect());
+        QVERIFY(QTest::qWaitForWindowActive(attached.window()));
+        QWindow elsewhere;
+        elsewhere.show();
+        elsewhere.requestActivate();
+        QTRY_VERIFY(!attached.window()->isVisible());
+        attached.toggleNextTo(QRect());
+        QVERIFY(released.wait());
     }
 
     void updateDialog_data()
