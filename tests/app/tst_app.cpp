@@ -70,11 +70,9 @@ private:
         QVERIFY(polled.wait());
     }
 
-    QList<CaptureRecord> history()
-    {
-        CaptureStore reader(m_home.path());
-        return testing::waitFor(reader.loadAll());
-    }
+    // Through the app's own store, which runs one operation at a time: every
+    // append the flow started has landed before this read.
+    QList<CaptureRecord> history() { return testing::waitFor(m_app->store()->loadAll()); }
 
     void waitForPreview()
     {
@@ -171,8 +169,6 @@ private Q_SLOTS:
                                         << u"failure-"_s + failure << u"save_failed"_s << u"Save failed: "_s + failure;
         QTest::newRow("logged for later") << u"Unknown Song"_s << u"Nobody"_s << -1 << u"log"_s
                                           << u"already-Unknown Song-Nobody"_s << u"no_match"_s << QString();
-        QTest::newRow("cancelled") << u"Unknown Song"_s << u"Nobody"_s << -1 << u"cancel"_s << u"nowPlaying"_s << QString()
-                                   << QString();
     }
 
     void recordsWhatTheFlowEndsWith()
@@ -194,12 +190,9 @@ private Q_SLOTS:
             waitForPreview();
             if (decision == "confirm"_L1)
                 m_app->workflow()->onConfirm(u"1712000001"_s);
-            else if (decision == "log"_L1)
-                // A second click while the note is written must not write it twice.
+            else  // log: a second click while the note is written must not write it twice.
                 for (int click = 0; click < 2; ++click)
                     m_app->workflow()->onLogForLater();
-            else
-                m_app->workflow()->onCancel();
         }
         waitForNowPlaying();
         QVERIFY2(m_faces.contains(shown), qPrintable(m_faces.join(u" / ")));
@@ -249,8 +242,6 @@ private Q_SLOTS:
         QCOMPARE(panel->face(), PanelModel::Preview);
 
         QSignalSpy faces(panel, &PanelModel::faceChanged);
-        const SheetState::Preview preview = std::get<SheetState::Preview>(m_app->workflow()->sheet()->value());
-        QVERIFY(SheetState(preview) == SheetState(SheetState::Preview{preview.track, {}}));
         m_app->workflow()->onCancel();
         QCOMPARE(panel->face(), PanelModel::NowPlaying);
         QCOMPARE(faces.size(), 1);

@@ -150,7 +150,6 @@ private Q_SLOTS:
         QTest::addColumn<QString>("base");
         QTest::addColumn<QString>("path");
         QTest::addColumn<QString>("joined");
-        QTest::newRow("bare host") << "https://api.example.org" << "/v1/me" << "https://api.example.org/v1/me";
         QTest::newRow("trailing slashes") << "https://api.example.org/proxy//" << "/v1/me"
                                           << "https://api.example.org/proxy/v1/me";
         QTest::newRow("port and query kept apart") << "http://127.0.0.1:8787/?x=1" << "/api/token"

