@@ -11,7 +11,6 @@
 #include "platform/MusicUserTokenProvider.h"
 #include "station/StationPayload.h"
 
-#include <QBuffer>
 #include <QImage>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
@@ -30,11 +29,6 @@ using fakes::FakeStation;
 namespace {
 
 constexpr int period = 30;
-
-double monotonicSeconds()
-{
-    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
-}
 
 } // namespace
 
@@ -142,38 +136,6 @@ private Q_SLOTS:
             changes << "added " + id + " to the library" << "added " + id + " to playlist FIP";
         changes.insert(1, "created playlist FIP with id " + playlists.first().id);
         QTRY_COMPARE(log.messagesOf("sandbox"), changes);
-    }
-
-    void chaoticSandboxLogsEachRequest()
-    {
-        // The soak reads this log, and counts a poll as failed unless its kind is document or slowDocument.
-        // This seed's first draws hold most kinds and no hang, which would stall the client.
-        constexpr quint32 seed = 26;
-        constexpr int polls = 7;
-        sandbox::Sandbox chaotic(FakeStation::Schedule{.clock = [this] { return m_now; }});
-        QBuffer log;
-        log.open(QIODevice::WriteOnly);
-        chaotic.makeChaotic(seed, &log);
-        QVERIFY(chaotic.listen());
-        const QByteArray document = chaotic.station().liveDocument();
-        const auto fieldsOf = [](const QByteArray &target, const auto &decision) {
-            return QByteArrayList{target, sandbox::Chaos::nameOf(decision.kind), QByteArray::number(qint64(decision.reply.delay.count()))};
-        };
-        sandbox::Chaos twin(seed);
-        for (int poll = 0; poll < polls; ++poll) {
-            const double sent = monotonicSeconds();
-            const bool healthy = get(QUrl(chaotic.environment().first().second)) == document;
-            const double answered = monotonicSeconds();
-            const QByteArrayList fields = log.data().split('\n').value(poll).split(' ');
-            QCOMPARE(fields.mid(1), fieldsOf("station", twin.nextStationReply(document)));
-            QCOMPARE(fields.at(2) == "document" || fields.at(2) == "slowDocument", healthy);
-            // On the clock the soak lines its own events up with.
-            QVERIFY(fields.at(0).toDouble() >= sent - 0.001 && fields.at(0).toDouble() <= answered + 0.001);
-        }
-        get(chaotic.appleMusic().tokenURL());
-        const QByteArrayList lines = log.data().trimmed().split('\n');
-        QCOMPARE(lines.size(), polls + 1);
-        QCOMPARE(lines.last().split(' ').mid(1), fieldsOf("music:token", twin.nextMusicReply()));
     }
 
     void executableRunsProgramInItsEnvironment_data()
