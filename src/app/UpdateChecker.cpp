@@ -8,23 +8,13 @@
 #include "core/Error.h"
 
 #include <QCoreApplication>
-#include <QNetworkAccessManager>
-#include <QNetworkReply>
 #include <QNetworkRequest>
-#include <QScopedPointer>
 
-#include <QCoroNetworkReply>
 
 #include <optional>
 #include <utility>
 
 namespace airnote {
-
-namespace {
-
-constexpr int transferTimeoutSeconds = 60;
-
-} // namespace
 
 UpdateChecker::UpdateChecker(QNetworkAccessManager *network, QObject *parent)
     : UpdateChecker(network, Endpoints::current().updateFeed, QCoreApplication::applicationVersion(),
@@ -35,7 +25,7 @@ UpdateChecker::UpdateChecker(QNetworkAccessManager *network, QObject *parent)
 UpdateChecker::UpdateChecker(QNetworkAccessManager *network, QUrl feedURL, QString runningVersion,
                              std::chrono::milliseconds interval, QObject *parent)
     : QObject(parent)
-    , m_network(network)
+    , m_web(network)
     , m_feedURL(std::move(feedURL))
     , m_runningVersion(std::move(runningVersion))
 {
@@ -75,8 +65,7 @@ UpdateChecker::~UpdateChecker()
 {
     // Otherwise the check's frame would stay suspended for good.
     m_stopping = true;
-    if (m_feedReply)
-        m_feedReply->abort();
+    m_web.abortAll();
 }
 
 void UpdateChecker::start()
@@ -130,20 +119,10 @@ QCoro::Task<> UpdateChecker::check()
 
 QCoro::Task<QByteArray> UpdateChecker::fetchFeed()
 {
-    QNetworkRequest request(m_feedURL);
-    request.setTransferTimeout(transferTimeoutSeconds * 1000);
-    const QScopedPointer<QNetworkReply, QScopedPointerDeleteLater> reply(m_network->get(request));
-    m_feedReply = reply.get();
-    co_await reply.get();
-    const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
-    if (status.isValid() && (status.toInt() < 200 || status.toInt() > 299))
-        throw NetworkError(QStringLiteral("le serveur a répondu HTTP %1").arg(status.toInt()));
-    // Qt reports its own transfer timeout as a cancellation.
-    if (reply->error() == QNetworkReply::OperationCanceledError)
-        throw NetworkError(QStringLiteral("le serveur n'a pas répondu dans les %1 secondes").arg(transferTimeoutSeconds));
-    if (reply->error() != QNetworkReply::NoError)
-        throw NetworkError(reply->errorString());
-    co_return reply->readAll();
+    const WebResponse response = co_await m_web.send(WebRequest(QNetworkRequest(m_feedURL)));
+    if (response.statusCode && !response.isSuccess())
+        throw NetworkError(QStringLiteral("le serveur a répondu HTTP %1").arg(*response.statusCode));
+    co_return response.data;
 }
 
 void UpdateChecker::setResult(State state, QString latestVersion, QUrl downloadURL, QString errorText)

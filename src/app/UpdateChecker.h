@@ -3,9 +3,9 @@
 
 #pragma once
 
-#include <QNetworkReply>
+#include "platform/WebSession.h"
+
 #include <QObject>
-#include <QPointer>
 #include <QString>
 #include <QTimer>
 #include <QUrl>
@@ -68,13 +68,12 @@ private:
     void setResult(State state, QString latestVersion = {}, QUrl downloadURL = {}, QString errorText = {});
     void fail(const QString &detail);
 
-    QNetworkAccessManager *m_network;
+    WebSession m_web;
     QUrl m_feedURL;
     QString m_runningVersion;
     QTimer m_timer;
     bool m_listenerWaiting = false;
     QCoro::Task<> m_checkInFlight;
-    QPointer<QNetworkReply> m_feedReply;
     bool m_stopping = false;
 
     State m_state = State::Idle;

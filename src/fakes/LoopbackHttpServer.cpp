@@ -95,6 +95,11 @@ HttpReply HttpReply::hangForever()
     return HttpReply{.hang = true};
 }
 
+HttpReply HttpReply::redirect(const QUrl &target)
+{
+    return HttpReply{.status = 302, .location = target.toEncoded()};
+}
+
 LoopbackHttpServer::LoopbackHttpServer(QObject *parent)
     : QObject(parent)
     , m_handler([](const HttpRequest &) { return HttpReply::text(404, "not found"); })
@@ -181,10 +186,27 @@ void LoopbackHttpServer::respond(QTcpSocket *socket, const HttpReply &reply)
     QByteArray head = "HTTP/1.1 " + QByteArray::number(reply.status) + ' ' + reasonPhrase(reply.status) + "\r\n";
     if (!reply.body.isEmpty() || reply.status != 204)
         head += "Content-Type: " + reply.contentType + "\r\n";
-    head += "Content-Length: " + QByteArray::number(reply.body.size()) + "\r\n";
+    if (!reply.location.isEmpty())
+        head += "Location: " + reply.location + "\r\n";
+    if (reply.declaresLength)
+        head += "Content-Length: " + QByteArray::number(reply.body.size()) + "\r\n";
     head += "Connection: close\r\n\r\n";
-    socket->write(head + reply.body);
-    socket->disconnectFromHost();
+    if (reply.trickle.count() == 0) {
+        socket->write(head + reply.body);
+        socket->disconnectFromHost();
+        return;
+    }
+    socket->write(head);
+    auto *pace = new QTimer(socket);
+    connect(pace, &QTimer::timeout, socket, [socket, pace, body = reply.body, sent = qsizetype(0)]() mutable {
+        if (sent < body.size()) {
+            socket->write(body.mid(sent++, 1));
+            return;
+        }
+        pace->stop();
+        socket->disconnectFromHost();
+    });
+    pace->start(reply.trickle);
 }
 
 } // namespace airnote::fakes

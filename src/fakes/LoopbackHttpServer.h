@@ -39,10 +39,14 @@ struct HttpReply
     QByteArray contentType = "application/json";
     std::chrono::milliseconds delay{0};
     bool hang = false;  // accept the request and never answer
+    QByteArray location;  // a Location header, for redirects
+    std::chrono::milliseconds trickle{0};  // when set, the body goes one byte per interval
+    bool declaresLength = true;  // false: no Content-Length, the body ends with the connection
 
     static HttpReply json(int status, QByteArray body);
     static HttpReply text(int status, QByteArray body);
     static HttpReply hangForever();
+    static HttpReply redirect(const QUrl &target);
 };
 
 // A small HTTP/1.1 responder on loopback for tests and the offline sandbox:
@@ -81,3 +85,5 @@ private:
 };
 
 } // namespace airnote::fakes
+
+Q_DECLARE_METATYPE(airnote::fakes::HttpReply)

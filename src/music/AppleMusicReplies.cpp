@@ -5,9 +5,11 @@
 
 #include "core/Error.h"
 #include "core/JsonFields.h"
+#include "music/ServiceError.h"
 
 #include <QJsonArray>
 #include <QJsonObject>
+#include <QStringDecoder>
 
 namespace airnote {
 
@@ -96,6 +98,25 @@ QList<Song> catalogSongs(const QByteArray &data)
             result.append(*std::move(parsedSong));
     }
     return result;
+}
+
+void validate(const WebResponse &response)
+{
+    if (!response.statusCode)
+        throw ServiceError::apiError(0, QStringLiteral("non-HTTP response"));
+    if (response.isSuccess())
+        return;
+    const std::optional<QString> text = response.data.isEmpty() ? std::nullopt : decodedUTF8(response.data);
+    throw ServiceError::apiError(*response.statusCode, text.value_or(QStringLiteral("<binary or empty>")));
+}
+
+std::optional<QString> decodedUTF8(const QByteArray &data)
+{
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    QString text = decoder.decode(data);
+    if (decoder.hasError())
+        return std::nullopt;
+    return text;
 }
 
 } // namespace airnote

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "music/Song.h"
+#include "platform/WebSession.h"
 
 #include <QByteArray>
 #include <QJsonDocument>
@@ -13,6 +14,13 @@
 #include <optional>
 
 namespace airnote {
+
+// Throws ServiceError::apiError unless the response is HTTP with a 2xx status;
+// the body is kept whole in the error.
+void validate(const WebResponse &response);
+
+// The data as UTF-8 text, or nothing when it is not valid UTF-8.
+std::optional<QString> decodedUTF8(const QByteArray &data);
 
 // Readers of the web API's resource documents, {"data": [{"id": ..., "attributes": {...}}, ...]}.
 

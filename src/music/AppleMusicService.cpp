@@ -32,6 +32,7 @@ constexpr qsizetype bodyExcerptLength = 200;
 constexpr int catalogSearchLimit = 15;
 constexpr int playlistPageSize = 100;
 // Apple answers 401 for a developer token it refuses, 403 for a music user token.
+constexpr int developerTokenRejectedStatus = 401;
 constexpr int userTokenRejectedStatus = 403;
 
 const QString playlistKey = QStringLiteral("fipPlaylistID");
@@ -103,7 +104,7 @@ AppleMusicService::AppleMusicService(QNetworkAccessManager *session, MusicAuthor
 AppleMusicService::AppleMusicService(QNetworkAccessManager *session, MusicAuthorization *authorization,
                                      MusicUserTokenProvider *userTokens, Configuration configuration, QObject *parent)
     : QObject(parent)
-    , m_session(session)
+    , m_web(session)
     , m_authorization(authorization)
     , m_authStatus(authorization->currentStatus())
     , m_userTokens(userTokens)
@@ -115,11 +116,6 @@ AppleMusicService::AppleMusicService(QNetworkAccessManager *session, MusicAuthor
 }
 
 AppleMusicService::~AppleMusicService() = default;
-
-QNetworkAccessManager *AppleMusicService::session() const
-{
-    return m_session;
-}
 
 const std::optional<AppleMusicService::CachedToken> &AppleMusicService::cachedDeveloperToken() const
 {
@@ -178,7 +174,7 @@ QCoro::Task<WebResponse> AppleMusicService::requestDeveloperToken()
     request.setRawHeader("Accept", "application/json");
     request.setTransferTimeout(static_cast<int>(m_configuration.requestTimeout.count()));
     try {
-        co_return co_await sendRequest(m_session, request, httpGet);
+        co_return co_await m_web.send(WebRequest(request));
     } catch (const NetworkError &error) {
         throw ServiceError::tokenFetchFailed(networkDetail + error.localizedDescription());
     }
@@ -228,7 +224,8 @@ QCoro::Task<QList<Song>> AppleMusicService::searchCatalog(QString term)
     const QString developer = co_await developerToken();
     QNetworkRequest request = apiRequest(QStringLiteral("/v1/catalog/%1/search").arg(storefrontID), searchQuery(term));
     request.setRawHeader("Authorization", bearer(developer));
-    const WebResponse response = co_await sendRequest(m_session, request, httpGet);
+    const WebResponse response = co_await m_web.send(WebRequest(request));
+    forgetRefusedDeveloperToken(response);
     validate(response);
     co_return catalogSongs(response.data);
 }
@@ -353,7 +350,9 @@ QNetworkRequest AppleMusicService::jsonRequest(const QString &path) const
 QCoro::Task<WebResponse> AppleMusicService::sendAuthorized(QNetworkRequest request, QByteArray verb, QByteArray body)
 {
     const QNetworkRequest equipped = co_await authorized(std::move(request));
-    co_return co_await sendRequest(m_session, equipped, verb, body);
+    const WebResponse response = co_await m_web.send(WebRequest(equipped, WebRequest::Kind::document, verb, body));
+    forgetRefusedDeveloperToken(response);
+    co_return response;
 }
 
 QCoro::Task<QByteArray> AppleMusicService::sendValidated(QNetworkRequest request, QByteArray verb, QByteArray body)
@@ -372,6 +371,14 @@ QString AppleMusicService::rememberPlaylist(QString playlistID)
     m_settings->setValue(playlistKey, playlistID);
     m_settings->sync();
     return playlistID;
+}
+
+void AppleMusicService::forgetRefusedDeveloperToken(const WebResponse &response)
+{
+    if (response.statusCode != developerTokenRejectedStatus || !m_cachedDeveloperToken)
+        return;
+    qCInfo(musicLogger, "Apple Music refused the developer token: the next request fetches a new one");
+    m_cachedDeveloperToken.reset();
 }
 
 void AppleMusicService::forgetPlaylist()

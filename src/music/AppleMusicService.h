@@ -5,7 +5,7 @@
 
 #include "music/CatalogMatch.h"
 #include "music/Song.h"
-#include "music/WebResponse.h"
+#include "platform/WebSession.h"
 #include "core/Endpoints.h"
 #include "platform/MusicAuthorization.h"
 
@@ -59,7 +59,6 @@ public:
                       MusicUserTokenProvider *userTokens, Configuration configuration, QObject *parent = nullptr);
     ~AppleMusicService() override;
 
-    QNetworkAccessManager *session() const;
     const std::optional<CachedToken> &cachedDeveloperToken() const;
 
     MusicAuthorization::Status authStatus() const;
@@ -97,15 +96,17 @@ private:
     QNetworkRequest libraryAdditionRequest(const QString &songID) const;
     QNetworkRequest playlistListRequest() const;
     QNetworkRequest trackAdditionRequest(const QString &playlistID) const;
+    // A 401 among its answers refuses the developer token, fetched anew next time.
     QCoro::Task<WebResponse> sendAuthorized(QNetworkRequest request, QByteArray verb, QByteArray body = {});
     // sendAuthorized, then validate: the body of a 2xx reply. Every such request
     // carries the music user token, so a 403 also signs the listener out.
     QCoro::Task<QByteArray> sendValidated(QNetworkRequest request, QByteArray verb, QByteArray body = {});
 
+    void forgetRefusedDeveloperToken(const WebResponse &response);
     QString rememberPlaylist(QString playlistID);
     void forgetPlaylist();
 
-    QNetworkAccessManager *m_session;
+    WebSession m_web;
     MusicAuthorization *m_authorization;
     MusicAuthorization::Status m_authStatus;
     MusicUserTokenProvider *m_userTokens;

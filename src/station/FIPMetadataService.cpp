@@ -7,11 +7,7 @@
 #include "core/Logging.h"
 #include "platform/WakeSource.h"
 
-#include <QCoroNetworkReply>
-#include <QNetworkAccessManager>
-#include <QNetworkReply>
 #include <QNetworkRequest>
-#include <QScopedPointer>
 
 #include <type_traits>
 
@@ -26,19 +22,13 @@ NetworkError badServerResponse()
     return NetworkError(u"bad server response"_s);
 }
 
-// Throws NetworkError for a failed transfer or a non-2xx answer, ParseError for a bad body.
-FIPTrack trackFrom(QNetworkReply &reply)
+// Throws NetworkError for an answer that is not HTTP 2xx, ParseError for a bad body.
+FIPTrack trackFrom(const WebResponse &response)
 {
-    // An answered status decides first, so a 404 and a 500 read alike instead of
-    // carrying Qt's per-status texts.
-    const QVariant status = reply.attribute(QNetworkRequest::HttpStatusCodeAttribute);
-    if (status.isValid() && (status.toInt() < 200 || status.toInt() > 299))
+    // A 404 and a 500 read alike, without Qt's per-status texts.
+    if (!response.isSuccess())
         throw badServerResponse();
-    if (reply.error() != QNetworkReply::NoError)
-        throw NetworkError(reply.errorString());
-    if (!status.isValid())  // not an HTTP response
-        throw badServerResponse();
-    return parsePayload(reply.readAll());
+    return parsePayload(response.data);
 }
 
 } // namespace
@@ -56,7 +46,7 @@ void FIPMetadataService::publish(Value &field, std::type_identity_t<Value> value
 FIPMetadataService::FIPMetadataService(QNetworkAccessManager *session, WakeSource *wakeSource, QUrl documentURL,
                                        QObject *parent)
     : QObject(parent)
-    , m_session(session)
+    , m_web(session)
     , m_wakeSource(wakeSource)
     , m_documentURL(std::move(documentURL))
 {
@@ -68,8 +58,7 @@ FIPMetadataService::~FIPMetadataService()
     // The loop's frames would otherwise stay suspended for good. Both calls
     // resume the loop before returning, while every member is still alive.
     m_stopping = true;
-    if (m_reply)
-        m_reply->abort();
+    m_web.abortAll();
     m_wait.finishNow();
 }
 
@@ -155,14 +144,14 @@ QCoro::Task<> FIPMetadataService::runLoop()
 QCoro::Task<> FIPMetadataService::poll()
 {
     publish(m_isFetching, true, &FIPMetadataService::isFetchingChanged);
-    const QScopedPointer<QNetworkReply, QScopedPointerDeleteLater> reply(m_session->get(QNetworkRequest(m_documentURL)));
-    m_reply = reply.get();
-    co_await reply.get();
-    if (m_stopping)
-        co_return;
     try {
-        recordSuccess(trackFrom(*reply));
+        const WebResponse response = co_await m_web.send(WebRequest(QNetworkRequest(m_documentURL)));
+        if (m_stopping)
+            co_return;
+        recordSuccess(trackFrom(response));
     } catch (const Error &error) {
+        if (m_stopping)
+            co_return;
         recordFailure(error);
     }
     publish(m_isFetching, false, &FIPMetadataService::isFetchingChanged);

@@ -3,13 +3,13 @@
 
 #pragma once
 
+#include "platform/WebSession.h"
 #include "station/CancellableWait.h"
 #include "station/FIPTrack.h"
 #include "station/StationPayload.h"
 
 #include "core/Coroutines.h"
 #include <QObject>
-#include <QNetworkReply>
 #include <QPointer>
 #include <QUrl>
 
@@ -79,7 +79,7 @@ private:
     template<typename Value>
     void publish(Value &field, std::type_identity_t<Value> value, void (FIPMetadataService::*changed)());
 
-    QNetworkAccessManager *m_session;
+    WebSession m_web;
     QPointer<WakeSource> m_wakeSource;
     QUrl m_documentURL;
     std::optional<FIPTrack> m_current;
@@ -90,7 +90,6 @@ private:
     // Set while the destructor ends the loop: the loop then returns without
     // touching anything else.
     bool m_stopping = false;
-    QPointer<QNetworkReply> m_reply;
     CancellableWait m_wait;
     std::chrono::milliseconds m_waitUnit{1000};
 };

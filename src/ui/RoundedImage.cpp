@@ -3,6 +3,9 @@
 
 #include "RoundedImage.h"
 
+#include "core/Error.h"
+#include "platform/WebSession.h"
+
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QPainter>
@@ -90,13 +93,21 @@ void RoundedImage::load()
     QQmlEngine *engine = qmlEngine(this);
     if (!engine)
         return;
-    QNetworkReply *reply = engine->networkAccessManager()->get(QNetworkRequest(m_source));
+    QNetworkReply *reply = WebSession::start(engine->networkAccessManager(),
+                                             WebRequest(QNetworkRequest(m_source), WebRequest::Kind::image));
     m_reply = reply;
     connect(reply, &QNetworkReply::finished, reply, &QObject::deleteLater);
     connect(reply, &QNetworkReply::finished, this, [this, reply] {
         // A failed load leaves the placeholder, as does an answer for an address no longer shown.
-        if (reply == m_reply && reply->error() == QNetworkReply::NoError)
-            setImage(QImage::fromData(reply->readAll()));
+        if (reply != m_reply)
+            return;
+        try {
+            const WebResponse response = WebSession::response(*reply);
+            if (response.isSuccess())
+                setImage(QImage::fromData(response.data));
+        } catch (const NetworkError &) {
+            // Refused or cut short: the placeholder stays.
+        }
     });
 }
 

@@ -33,8 +33,6 @@ using Status = MusicAuthorization::Status;
 using Script = QList<std::pair<Endpoint, HttpReply>>;
 using namespace std::chrono_literals;
 
-Q_DECLARE_METATYPE(HttpReply)
-
 namespace {
 
 const QByteArray musicCategory = "com.velmorin.Airnote.music";
@@ -379,22 +377,27 @@ private Q_SLOTS:
         QCOMPARE(trackAddition.header("Content-Type"), "application/json");
     }
 
-    void rejectedUserTokenSignsOut_data()
+    // A 403 refuses the listener's token, a 401 the developer token: each is
+    // forgotten, the developer token fetched again once, by the next request.
+    void refusedTokensAreForgotten_data()
     {
         QTest::addColumn<Endpoint>("endpoint");
         QTest::addColumn<int>("status");
         QTest::addColumn<bool>("signsOut");
-        QTest::newRow("403 adding to the library") << Endpoint::libraryAddition << 403 << true;
-        QTest::newRow("403 reading the storefront") << Endpoint::storefront << 403 << true;
-        QTest::newRow("401 adding to the library") << Endpoint::libraryAddition << 401 << false;
-        QTest::newRow("403 searching the catalog") << Endpoint::catalogSearch << 403 << false;
+        QTest::addColumn<bool>("refetches");
+        QTest::newRow("403 adding to the library") << Endpoint::libraryAddition << 403 << true << false;
+        QTest::newRow("403 reading the storefront") << Endpoint::storefront << 403 << true << false;
+        QTest::newRow("401 adding to the library") << Endpoint::libraryAddition << 401 << false << true;
+        QTest::newRow("401 searching the catalog") << Endpoint::catalogSearch << 401 << false << true;
+        QTest::newRow("403 searching the catalog") << Endpoint::catalogSearch << 403 << false << false;
     }
 
-    void rejectedUserTokenSignsOut()
+    void refusedTokensAreForgotten()
     {
         QFETCH(Endpoint, endpoint);
         QFETCH(int, status);
         QFETCH(bool, signsOut);
+        QFETCH(bool, refetches);
         qunsetenv("AIRNOTE_MUSIC_USER_TOKEN");
         QSettings(settingsFile(), QSettings::IniFormat).setValue("musicSignInDeclined", true);
         testing::MemoryKeychain::token = m_fake->musicUserToken();
@@ -410,6 +413,9 @@ private Q_SLOTS:
         QCOMPARE(m_service->authStatus(), signsOut ? Status::notDetermined : Status::authorized);
         // The next request offers the sign-in again, even after an earlier refusal.
         QCOMPARE(QSettings(settingsFile(), QSettings::IniFormat).contains("musicSignInDeclined"), !signsOut);
+        for (int ask = 0; ask < 2; ++ask)
+            errorOf(m_service->developerToken());
+        QCOMPARE(m_fake->requestsTo(Endpoint::token).size(), refetches ? 2 : 1);
     }
 };
 

@@ -9,6 +9,8 @@
 #include "platform/MusicUserTokenProvider.h"
 #include "platform/SignInServer.h"
 #include "platform/SingleInstance.h"
+#include "platform/WebSession.h"
+#include "fakes/LoopbackHttpServer.h"
 
 #include <QCoroTimer>
 #include <QJsonDocument>
@@ -149,6 +151,78 @@ private Q_SLOTS:
             QVERIFY2(tag.captured().contains(u"nonce=\"%1\""_s.arg(nonce)), qPrintable(tag.captured()));
         browser.report({{u"declined"_s, true}});
         testing::waitFor(std::move(run));
+    }
+
+    void followsRedirectsWithinThePolicy_data()
+    {
+        QTest::addColumn<QString>("from");
+        QTest::addColumn<QString>("to");
+        QTest::addColumn<bool>("credentials");
+        QTest::addColumn<bool>("followed");
+        QTest::newRow("https elsewhere") << u"https://a.example/x"_s << u"https://b.example/y"_s << false << true;
+        QTest::newRow("https to http") << u"https://a.example/x"_s << u"http://127.0.0.1/y"_s << false << false;
+        QTest::newRow("loopback to remote http") << u"http://127.0.0.1:8000/x"_s << u"http://example.org/y"_s << false << false;
+        QTest::newRow("credentials within the origin") << u"https://api.example/x"_s << u"https://api.example/y"_s << true << true;
+        QTest::newRow("credentials to another host") << u"https://api.example/x"_s << u"https://cdn.example/y"_s << true << false;
+        QTest::newRow("credentials to another port") << u"http://127.0.0.1:8000/x"_s << u"http://127.0.0.1:9000/x"_s << true << false;
+    }
+
+    void followsRedirectsWithinThePolicy()
+    {
+        QFETCH(QString, from);
+        QFETCH(QString, to);
+        QFETCH(bool, credentials);
+        QFETCH(bool, followed);
+        QCOMPARE(WebSession::mayFollowRedirect(QUrl(from), QUrl(from), QUrl(to), credentials), followed);
+    }
+
+    // Over loopback: what the policy cuts ends in NetworkError, a refused redirect reaches nobody.
+    void cutsTransfersByPolicy_data()
+    {
+        QTest::addColumn<QString>("scenario");
+        QTest::addColumn<QString>("error");  // the start of the error; empty: the second server answers
+        QTest::newRow("redirect elsewhere, with tokens") << u"tokens"_s << u"redirection refusée vers http://127.0.0.1:"_s;
+        QTest::newRow("redirect elsewhere, no tokens") << u"plain"_s << QString();
+        QTest::newRow("redirect to a remote plain http host") << u"remote"_s << u"redirection refusée vers http://example.org"_s;
+        QTest::newRow("body over the cap") << u"huge"_s << u"réponse trop volumineuse"_s;
+        QTest::newRow("body over the cap, length not said") << u"hugeUndeclared"_s << u"réponse trop volumineuse"_s;
+        QTest::newRow("body trickled past the deadline") << u"trickle"_s << u"délai dépassé"_s;
+    }
+
+    void cutsTransfersByPolicy()
+    {
+        QFETCH(QString, scenario);
+        QFETCH(QString, error);
+        fakes::LoopbackHttpServer first;
+        fakes::LoopbackHttpServer second;
+        QVERIFY(first.listen() && second.listen());
+        second.setHandler([](const auto &) { return fakes::HttpReply::json(200, "{}"); });
+        const QByteArray huge(WebSession::documentCap + 1, ' ');
+        first.setHandler([&](const auto &) {
+            if (scenario == "remote"_L1)
+                return fakes::HttpReply::redirect(QUrl(u"http://example.org/live"_s));
+            if (scenario.startsWith("huge"_L1))
+                return fakes::HttpReply{.body = huge, .declaresLength = scenario == "huge"_L1};
+            if (scenario == "trickle"_L1)
+                return fakes::HttpReply{.body = QByteArray(100, ' '), .trickle = 50ms};
+            return fakes::HttpReply::redirect(second.url(u"/elsewhere"_s));
+        });
+        QNetworkAccessManager manager;
+        manager.setTransferTimeout(500);
+        WebSession web(&manager);
+        QNetworkRequest request(first.url(u"/start"_s));
+        if (scenario == "tokens"_L1) {
+            request.setRawHeader("Authorization", "Bearer developer");
+            request.setRawHeader("Music-User-Token", "listener");
+        }
+        QString failure;
+        try {
+            QCOMPARE(testing::waitFor(web.send(WebRequest(request))).statusCode, std::optional(200));
+        } catch (const NetworkError &networkError) {
+            failure = networkError.localizedDescription();
+        }
+        QVERIFY2(error.isEmpty() ? failure.isEmpty() : failure.startsWith(error), qPrintable(failure));
+        QCOMPARE(second.requests().size(), scenario == "plain"_L1 ? 1 : 0);
     }
 
     void refusesWhatIsNotTheSignIn_data()

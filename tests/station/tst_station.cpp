@@ -148,21 +148,23 @@ private Q_SLOTS:
 
     void pollerCadenceFollowsFailures_data()
     {
-        QTest::addColumn<int>("status");
-        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<HttpReply>("failure");
         QTest::addColumn<QString>("logged");
 
         const QString badResponse = u"Poll failed: bad server response"_s;
-        const QString parseFailure = u"Poll failed: malformed station document: missing 'now' object"_s;
-        QTest::newRow("404") << 404 << QByteArray("not found") << badResponse;
-        QTest::newRow("500") << 500 << fixture(u"station-live.json"_s) << badResponse;
-        QTest::newRow("no now") << 200 << missingNow << parseFailure;
+        QTest::newRow("404") << HttpReply::json(404, "not found") << badResponse;
+        QTest::newRow("500") << HttpReply::json(500, fixture(u"station-live.json"_s)) << badResponse;
+        QTest::newRow("no now") << HttpReply::json(200, missingNow)
+                                << u"Poll failed: malformed station document: missing 'now' object"_s;
+        QTest::newRow("body over the cap") << HttpReply::json(200, QByteArray(5 << 20, ' '))
+                                           << u"Poll failed: réponse trop volumineuse : plus de 4 Mo"_s;
+        QTest::newRow("body trickled") << HttpReply{.body = fixture(u"station-live.json"_s), .trickle = 100ms}
+                                       << u"Poll failed: délai dépassé : réponse incomplète après 0.5 s"_s;
     }
 
     void pollerCadenceFollowsFailures()
     {
-        QFETCH(int, status);
-        QFETCH(QByteArray, body);
+        QFETCH(HttpReply, failure);
         QFETCH(QString, logged);
 
         // One success, five failures with a wake during the 60 s wait, one success,
@@ -171,8 +173,8 @@ private Q_SLOTS:
         StationRig rig([&](qsizetype request) {
             if (request > 7)
                 return HttpReply::hangForever();
-            return request >= 2 && request <= 6 ? HttpReply::json(status, body) : HttpReply::json(200, live);
-        });
+            return request >= 2 && request <= 6 ? failure : HttpReply::json(200, live);
+        }, failure.trickle.count() > 0 ? 500ms : 10s);
         connect(rig.service.get(), &FIPMetadataService::waitStarted, this, [&](qint64 seconds) {
             if (seconds != 60)
                 return;
