@@ -112,7 +112,7 @@ Item {
                     Layout.fillWidth: true
                     spacing: 0
 
-                    Label {
+                    PlainLabel {
                         objectName: "historyTitle"
                         Layout.fillWidth: true
                         text: row.fipTitle
@@ -123,7 +123,7 @@ Item {
                         maximumLineCount: 1
                         elide: Text.ElideRight
                     }
-                    Label {
+                    PlainLabel {
                         Layout.fillWidth: true
                         text: row.fipArtist
                         font: Theme.caption2

@@ -105,7 +105,7 @@ Item {
                 Layout.fillWidth: true
                 spacing: 2
 
-                Label {
+                PlainLabel {
                     objectName: "trackTitle"
                     Layout.fillWidth: true
                     text: view.station.current.title
@@ -117,7 +117,7 @@ Item {
                     maximumLineCount: 2
                     elide: Text.ElideRight
                 }
-                Label {
+                PlainLabel {
                     objectName: "trackArtist"
                     Layout.fillWidth: true
                     text: view.station.current.artist
@@ -126,7 +126,7 @@ Item {
                     maximumLineCount: 1
                     elide: Text.ElideRight
                 }
-                Label {
+                PlainLabel {
                     objectName: "trackAlbum"
                     Layout.fillWidth: true
                     visible: text !== ""

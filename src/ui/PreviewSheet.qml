@@ -94,7 +94,7 @@ Control {
                 Layout.fillWidth: true
                 spacing: 2
 
-                Label {
+                PlainLabel {
                     objectName: "candidateTitle"
                     Layout.fillWidth: true
                     text: card.modelData.song.title
@@ -105,7 +105,7 @@ Control {
                     maximumLineCount: 1
                     elide: Text.ElideRight
                 }
-                Label {
+                PlainLabel {
                     Layout.fillWidth: true
                     text: card.modelData.song.artistName
                     font: Theme.caption
@@ -113,7 +113,7 @@ Control {
                     maximumLineCount: 1
                     elide: Text.ElideRight
                 }
-                Label {
+                PlainLabel {
                     objectName: "candidateAlbum"
                     Layout.fillWidth: true
                     visible: text !== ""
@@ -161,7 +161,7 @@ Control {
             color: Theme.primary
         }
 
-        Label {
+        PlainLabel {
             objectName: "summary"
             visible: sheet.matches.length > 0
             Layout.fillWidth: true
@@ -210,7 +210,7 @@ Control {
                 font: Theme.body
                 color: Theme.primary
             }
-            Label {
+            PlainLabel {
                 objectName: "fipLine"
                 Layout.fillWidth: true
                 text: "FIP joue : " + sheet.fipArtist + " — " + sheet.fipTitle

@@ -54,7 +54,7 @@ Control {
             Layout.fillWidth: true
             spacing: 2
 
-            Label {
+            PlainLabel {
                 objectName: "statusTitle"
                 Layout.fillWidth: true
                 text: card.title
@@ -66,7 +66,7 @@ Control {
                 maximumLineCount: 2
                 elide: Text.ElideRight
             }
-            Label {
+            PlainLabel {
                 objectName: "statusSubtitle"
                 Layout.fillWidth: true
                 visible: card.subtitle !== ""

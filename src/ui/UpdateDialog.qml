@@ -38,7 +38,7 @@ Window {
         contentItem: ColumnLayout {
             spacing: 14
 
-            Label {
+            PlainLabel {
                 objectName: "updateMessage"
                 Layout.fillWidth: true
                 text: dialog.updater.message

@@ -75,6 +75,8 @@ HttpReply stationReply(const QString &name)
     QJsonObject now = document.value(u"now"_s).toObject();
     if (name == "liveWithoutCover"_L1)
         now.remove(u"cover"_s);
+    if (name == "liveWithMarkup"_L1)
+        now.insert(u"firstLine"_s, "<img src=\"%1/spy.png\">Harbour Lights"_L1.arg(qEnvironmentVariable("AIRNOTE_IMAGE_BASE")));
     document.insert(u"now"_s, now);
     return HttpReply::json(200, QJsonDocument(document).toJson());
 }
@@ -329,6 +331,7 @@ private Q_SLOTS:
 
         const QStringList track{u"trackBlock"_s, u"saveButton"_s};
         QTest::newRow("track with its cover") << QStringList{"live"} << track << "cover" << "";
+        QTest::newRow("markup in the title") << QStringList{"liveWithMarkup"} << track << "cover" << "";
         QTest::newRow("cover gone at the next poll") << QStringList{"live", "liveWithoutCover"} << track << "placeholder" << "";
         QTest::newRow("first poll in flight") << QStringList{"hang"} << QStringList{"loadingMessage", "fetchingIndicator"}
                                               << "" << "Mise à jour…";
@@ -398,6 +401,9 @@ private Q_SLOTS:
             QTRY_VERIFY(showsText(panel.window().contentItem(), toolTip));
         }
         saveScreenshot(panel.grab());
+        QVERIFY2(std::none_of(m_server.requests().cbegin(), m_server.requests().cend(),
+                              [](const HttpRequest &request) { return request.path == "/spy.png"_L1; }),
+                 "outside text is never read as markup");
 
         if (!hangs) {
             // Reopened during a wait of minutes: the panel must not show a stale track.
