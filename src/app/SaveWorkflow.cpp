@@ -83,8 +83,9 @@ QCoro::Task<> SaveWorkflow::saveCurrentTrack()
     std::optional<CaptureRecord> recent;
     try {
         recent = co_await m_store->recentSave(track.artist, track.title, duplicateWindowSeconds);
-    } catch (const Error &) {
-        // An unreadable history must not stop a save: treat it as no recent save.
+    } catch (const Error &error) {
+        // An unreadable history must not stop a save: no recent save, then.
+        qCCritical(musicLogger).noquote() << "History read failed, no duplicate check:" << error.localizedDescription();
     }
     if (!self)
         co_return;
@@ -211,8 +212,9 @@ QCoro::Task<> SaveWorkflow::appendIgnoringErrors(CaptureRecord record)
 {
     try {
         co_await m_store->append(std::move(record));
-    } catch (const Error &) {
-        // The outcome is shown as if the record had been stored.
+    } catch (const Error &error) {
+        // The outcome is shown as if the record had been stored; the file keeps what it held.
+        qCCritical(musicLogger).noquote() << "History write failed:" << error.localizedDescription();
     }
 }
 

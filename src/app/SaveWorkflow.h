@@ -69,7 +69,7 @@ Q_SIGNALS:
     void selectionChanged();
 
 private:
-    // Appends the record; a failure is ignored and the outcome shown as if stored.
+    // Appends the record; a failure is logged, and the outcome shown as if stored.
     QCoro::Task<> appendIgnoringErrors(CaptureRecord record);
     // Shows state for the given seconds, then clears the sheet whatever it holds.
     void showFor(SheetState state, double seconds);

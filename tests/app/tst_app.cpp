@@ -11,7 +11,10 @@
 #include "support/TestServices.h"
 #include "support/WaitFor.h"
 
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
+#include <QScopeGuard>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QNetworkAccessManager>
@@ -208,6 +211,25 @@ private Q_SLOTS:
         QCOMPARE(records[0].errorMessage(), matched ? std::optional(failure) : std::nullopt);
         QCOMPARE(records[0].appleSongID(), matched ? std::optional(u"1712000001"_s) : std::nullopt);
         QCOMPARE(records[0].confidence().has_value(), matched);
+    }
+
+    // A history that cannot be read or written is logged and left as it is;
+    // the save goes on, its outcome shown as if the record had been kept.
+    void unusableHistoryIsLoggedAndLeftAlone()
+    {
+        testing::LogCapture log;
+        QVERIFY(QDir(m_home.path()).mkdir(u"captures.json"_s));  // a folder where the file goes
+        const auto removeFolder = qScopeGuard([this] { QDir(m_home.path()).rmdir(u"captures.json"_s); });
+        startApp(stationDocument(u"Harbour Lights"_s, u"Mira & Sol"_s));
+        m_app->workflow()->onSave();
+        waitForPreview();
+        m_app->workflow()->onConfirm(u"1712000001"_s);
+        waitForNowPlaying();
+        QVERIFY(m_faces.contains(u"success-Harbour Lights (Remastered)-Mira and Sol"_s));
+        const QStringList lines = log.messagesOf("com.velmorin.Airnote.music");
+        for (const QString start : {u"History read failed, no duplicate check: "_s, u"History write failed: "_s})
+            QCOMPARE(std::count_if(lines.cbegin(), lines.cend(), [&](const QString &line) { return line.startsWith(start); }), 1);
+        QVERIFY(QFileInfo(m_home.filePath(u"captures.json"_s)).isDir());
     }
 
     void ignoresSaveWithoutAMusicTrackOrTwice()
