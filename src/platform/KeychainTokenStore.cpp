@@ -3,7 +3,7 @@
 
 #include "KeychainTokenStore.h"
 
-#include <QCoro/QCoroSignal>
+#include "core/SignalWait.h"
 
 namespace airnote {
 
@@ -15,8 +15,7 @@ const QString keychainKey = QStringLiteral("music-user-token");
 template<typename Job>
 Job *newJob()
 {
-    // No parent: deleting the job before its queued finished signal is
-    // delivered would leave the awaiting coroutine suspended forever.
+    // No parent: the coroutine awaiting the job deletes it, once it has its answer.
     auto *job = new Job(keychainService);
     job->setAutoDelete(false);
     job->setKey(keychainKey);
@@ -57,9 +56,9 @@ QCoro::Task<> KeychainTokenStore::remove()
 QCoro::Task<QKeychain::Error> KeychainTokenStore::run(QKeychain::Job *job, QString action)
 {
     using Unavailable = MusicUserTokenProvider::Unavailable;
-    auto finished = qCoro(job, &QKeychain::Job::finished, m_timeout);
+    SignalWait finished(job, &QKeychain::Job::finished, m_timeout);
     job->start();
-    const std::optional<QKeychain::Job *> answered = co_await finished;
+    const bool answered = co_await finished;
     if (!answered) {
         QObject::connect(job, &QKeychain::Job::finished, job, &QObject::deleteLater);
         throw Unavailable(QStringLiteral("The system keychain did not answer in time: could not %1 the Apple Music user token")

@@ -6,6 +6,7 @@
 #include "core/Error.h"
 #include "core/JsonFields.h"
 #include "core/Normalization.h"
+#include "core/SignalWait.h"
 #include "core/UrlPaths.h"
 #include "support/WaitFor.h"
 
@@ -78,6 +79,19 @@ QCoro::Task<QString> allowedShapes()
     co_return both ? result : QString();
 }
 
+// Waits for a job already due to answer, at most 0 ms: both come in the same
+// pass of the event loop. Then waits for a release: a second resumption from
+// the first wait would run the second step before the release comes.
+QCoro::Task<> answerThenRelease(QTimer *job, QObject *release, QStringList *trail)
+{
+    SignalWait answer(job, &QTimer::timeout, std::chrono::milliseconds(0));
+    const bool answered = co_await answer;
+    trail->append(answered ? u"answered"_s : u"timed out"_s);
+    SignalWait released(release, &QObject::objectNameChanged, std::chrono::hours(1));
+    const bool releasedInTime = co_await released;
+    trail->append(releasedInTime ? u"released"_s : u"release timed out"_s);
+}
+
 QString fieldOutcome(const QJsonObject &object, const QString &reader)
 {
     const JsonFields fields(object, u"test"_s);
@@ -116,6 +130,22 @@ private Q_SLOTS:
     {
         QCOMPARE(testing::waitFor(allowedShapes()), u"temporary class, named aggregate, thrown"_s);
         QCOMPARE(Tracked::live, 0);
+    }
+
+    // The keychain's case: a job finishing exactly at its wait's timeout.
+    void signalWaitResumesOnceWhenBothAreDue()
+    {
+        QTimer job;
+        job.setSingleShot(true);
+        QObject release;
+        QStringList trail;
+        job.start(0);
+        const QCoro::Task<> run = answerThenRelease(&job, &release, &trail);
+        QTRY_COMPARE(trail.size(), 1);
+        QCoreApplication::processEvents();
+        QCOMPARE(trail.size(), 1);
+        release.setObjectName(u"go"_s);
+        QCOMPARE(trail.value(1), u"released"_s);
     }
 
     void readsJsonFields_data()
