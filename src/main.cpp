@@ -46,8 +46,20 @@ int main(int argc, char *argv[])
         std::fprintf(stderr, "%s\n", qUtf8Printable(error.localizedDescription()));
         return 2;
     }
-    if (!instance.listen())
-        std::fprintf(stderr, "airnote: cannot listen for later starts; they will run on their own\n");
+    switch (instance.claim()) {
+    case SingleInstance::Claim::listening:
+        break;
+    case SingleInstance::Claim::heldElsewhere:
+        // Another start took the lock a moment before us: hand over once it listens.
+        if (instance.sendToRunningInstance(actionName(handedOver), std::chrono::seconds(5)))
+            return 0;
+        std::fprintf(stderr, "airnote: another instance holds the lock but does not answer on %s\n",
+                     qUtf8Printable(instance.socketName()));
+        return 1;
+    case SingleInstance::Claim::cannotListen:
+        std::fprintf(stderr, "airnote: cannot listen for later starts; they will not reach this instance\n");
+        break;
+    }
 
     QNetworkAccessManager network;
     network.setTransferTimeout(60000);

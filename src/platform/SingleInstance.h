@@ -4,35 +4,50 @@
 #pragma once
 
 #include <QLocalServer>
+#include <QLockFile>
 #include <QObject>
 #include <QString>
 
+#include <chrono>
+
 namespace airnote {
 
-// One program per user session: the first start listens on a local socket in
-// the session's runtime folder; a later start hands its action over and exits.
+// One program per user session. The first start takes a lock file, then
+// listens on a local socket beside it; a later start hands its action over
+// through the socket and exits. The lock, not the socket, decides who runs:
+// two starts at the same moment cannot both take it.
 class SingleInstance : public QObject
 {
     Q_OBJECT
 
 public:
-    explicit SingleInstance(QString socketName = defaultSocketName(), QObject *parent = nullptr);
+    enum class Claim { listening, heldElsewhere, cannotListen };
 
-    static QString defaultSocketName();
+    // Socket and lock in folder, which must be private to the user.
+    explicit SingleInstance(const QString &folder = defaultFolder(), QObject *parent = nullptr);
 
-    // Sends action to a running instance; false when none answered.
-    bool sendToRunningInstance(const QString &action, int timeoutMilliseconds = 2000) const;
+    // The session's runtime folder; without one, a folder of the user's own
+    // cache, never a name others could take first in a shared /tmp.
+    static QString defaultFolder();
 
-    // Becomes the running instance; false when another one holds the name.
-    bool listen();
+    // Sends action to a running instance, trying again while patience lasts
+    // (an instance holding the lock may not listen yet); false when none answered.
+    bool sendToRunningInstance(const QString &action, std::chrono::milliseconds patience = {}) const;
+
+    // Becomes the running instance, unless another start holds the lock.
+    Claim claim();
+
+    QString socketName() const { return m_socketName; }
 
 Q_SIGNALS:
     void actionReceived(const QString &action);
 
 private:
+    bool sendOnce(const QString &action) const;
     void onNewConnection();
 
     QString m_socketName;
+    QLockFile m_lock;
     QLocalServer m_server;
 };
 

@@ -34,6 +34,19 @@ private:
         return process;
     }
 
+    void useFakes(const FakeStation &station, const FakeAppleMusic &music)
+    {
+        m_environment = QProcessEnvironment::systemEnvironment();
+        m_environment.insert(u"AIRNOTE_STATION_URL"_s, station.liveURL().toString());
+        m_environment.insert(u"AIRNOTE_IMAGE_BASE"_s, station.imageBase().toString());
+        m_environment.insert(u"AIRNOTE_TOKEN_URL"_s, music.tokenURL().toString());
+        m_environment.insert(u"AIRNOTE_MUSIC_API_BASE"_s, music.apiBase().toString());
+        m_environment.insert(u"AIRNOTE_MUSIC_USER_TOKEN"_s, music.musicUserToken());
+        m_environment.insert(u"XDG_DATA_HOME"_s, m_home.filePath(u"data"_s));
+        m_environment.insert(u"XDG_CONFIG_HOME"_s, m_home.filePath(u"config"_s));
+        m_environment.insert(u"XDG_RUNTIME_DIR"_s, m_home.path());
+    }
+
     // Keys go through the X server, as the listener's would.
     static void pressReturnIn(const QString &windowName)
     {
@@ -66,15 +79,7 @@ private Q_SLOTS:
         QVERIFY(station.listen());
         QVERIFY(music.listen());
 
-        m_environment = QProcessEnvironment::systemEnvironment();
-        m_environment.insert(u"AIRNOTE_STATION_URL"_s, station.liveURL().toString());
-        m_environment.insert(u"AIRNOTE_IMAGE_BASE"_s, station.imageBase().toString());
-        m_environment.insert(u"AIRNOTE_TOKEN_URL"_s, music.tokenURL().toString());
-        m_environment.insert(u"AIRNOTE_MUSIC_API_BASE"_s, music.apiBase().toString());
-        m_environment.insert(u"AIRNOTE_MUSIC_USER_TOKEN"_s, music.musicUserToken());
-        m_environment.insert(u"XDG_DATA_HOME"_s, m_home.filePath(u"data"_s));
-        m_environment.insert(u"XDG_CONFIG_HOME"_s, m_home.filePath(u"config"_s));
-        m_environment.insert(u"XDG_RUNTIME_DIR"_s, m_home.path());
+        useFakes(station, music);
 
         QProcess *airnote = startAirnote({u"--windowed"_s});
         QVERIFY(airnote->waitForStarted());
@@ -101,6 +106,34 @@ private Q_SLOTS:
         QVERIFY(quit->waitForFinished(20000));
         QVERIFY(airnote->waitForFinished(20000));
         QCOMPARE(airnote->exitCode(), 0);
+    }
+
+    // Two starts at the same moment (a double click on the launcher): one runs,
+    // the other hands over and exits.
+    void twoStartsAtOnceLeaveOneInstance()
+    {
+        FakeStation station({{u"Harbour Lights"_s, u"Mira & Sol"_s, u"5e0c2c1a"_s, std::nullopt}});
+        FakeAppleMusic music;
+        QVERIFY(station.listen());
+        QVERIFY(music.listen());
+        useFakes(station, music);
+
+        for (int round = 0; round < 5; ++round) {
+            QProcess *first = startAirnote({u"--windowed"_s});
+            QProcess *second = startAirnote({u"--windowed"_s});
+            QVERIFY(first->waitForStarted() && second->waitForStarted());
+            QTRY_VERIFY_WITH_TIMEOUT(first->state() == QProcess::NotRunning || second->state() == QProcess::NotRunning,
+                                     20000);
+            QProcess *handedOver = first->state() == QProcess::NotRunning ? first : second;
+            QProcess *running = handedOver == first ? second : first;
+            QCOMPARE(handedOver->exitStatus(), QProcess::NormalExit);
+            QCOMPARE(handedOver->exitCode(), 0);
+
+            QProcess *quit = startAirnote({u"--quit"_s});
+            QVERIFY(quit->waitForFinished(20000));
+            QVERIFY(running->waitForFinished(20000));
+            QCOMPARE(running->exitCode(), 0);
+        }
     }
 };
 

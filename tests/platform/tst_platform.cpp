@@ -272,23 +272,22 @@ private Q_SLOTS:
 
     void handsActionsToTheRunningInstance()
     {
-        const QString name = m_folder.filePath(u"instance.socket"_s);
+        SingleInstance later(m_folder.path());
         // What a crashed instance leaves behind: a socket path nobody answers.
-        QFile leftover(name);
+        QFile leftover(later.socketName());
         QVERIFY(leftover.open(QIODevice::WriteOnly));
         leftover.close();
-        SingleInstance later(name);
-        QVERIFY(!later.sendToRunningInstance(u"save"_s, 200));
+        QVERIFY(!later.sendToRunningInstance(u"save"_s));
 
-        SingleInstance running(name);
-        QVERIFY(running.listen());
+        SingleInstance running(m_folder.path());
+        QCOMPARE(running.claim(), SingleInstance::Claim::listening);
+        QCOMPARE(later.claim(), SingleInstance::Claim::heldElsewhere);
         QSignalSpy received(&running, &SingleInstance::actionReceived);
         // The sender blocks on its acknowledgement, so it runs on its own thread here.
         auto sent = QtConcurrent::run([&later] { return later.sendToRunningInstance(u"save"_s); });
         QTRY_COMPARE(received.count(), 1);
         QCOMPARE(received.at(0).at(0).toString(), u"save"_s);
         QVERIFY(sent.result());
-        QVERIFY(!SingleInstance(name).listen());
     }
 
     void outcomeStandsUntilTheNextRun_data()
