@@ -88,6 +88,13 @@ DeveloperTokenSigner::DeveloperTokenSigner(const QString &keyFilePath, QString k
         throw FileError(QStringLiteral("Key file %1 does not exist").arg(keyFilePath));
     if (!file.open(QIODevice::ReadOnly))
         throw FileError(QStringLiteral("Cannot read key file %1: %2").arg(keyFilePath, file.errorString()));
+    // Whoever can read the key can sign tokens in the team's name.
+    constexpr QFileDevice::Permissions othersAccess = QFileDevice::ReadGroup | QFileDevice::WriteGroup
+        | QFileDevice::ReadOther | QFileDevice::WriteOther;
+    if (file.permissions() & othersAccess)
+        throw ConfigurationError(
+            QStringLiteral("Key file %1 is open to other users: make it readable by its owner only (chmod 600)")
+                .arg(keyFilePath));
 
     m_key.reset(readPrivateKey(file.readAll()));
     if (!m_key)

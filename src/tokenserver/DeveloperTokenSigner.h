@@ -23,7 +23,8 @@ public:
     static constexpr std::chrono::seconds maximumLifetime{15777000};
 
     // Throws FileError when the key file is missing or unreadable, and
-    // ConfigurationError when it holds no unencrypted EC P-256 private key.
+    // ConfigurationError when others than its owner may read or write it, or
+    // when it holds no unencrypted EC P-256 private key.
     DeveloperTokenSigner(const QString &keyFilePath, QString keyId, QString teamId);
 
     // The token's "iat" is issuedAt truncated to the second, "exp" that plus lifetime.

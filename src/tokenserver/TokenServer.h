@@ -8,26 +8,34 @@
 #include <QHostAddress>
 #include <QHttpServer>
 #include <QObject>
+#include <QStringList>
 
 namespace airnote {
 
 // Answers GET /api/token with {"token", "expiresIn"} from the cache; other
-// methods on that path get 405, other paths 404.
+// methods on that path get 405, other paths 404. A request naming a host the
+// server does not serve gets 421: a page whose name an attacker made resolve
+// to this server (DNS rebinding) cannot read a token.
 class TokenServer : public QObject
 {
     Q_OBJECT
 
 public:
-    explicit TokenServer(TokenCache &cache, QObject *parent = nullptr);
+    // hostNames: the names clients reach the server by (behind a TLS proxy,
+    // the proxy's name), besides its address and "localhost".
+    explicit TokenServer(TokenCache &cache, QStringList hostNames = {}, QObject *parent = nullptr);
 
     // Returns the bound port (useful with port 0); throws NetworkError when
     // the address cannot be bound.
     quint16 listen(const QHostAddress &address, quint16 port);
 
 private:
-    QHttpServerResponse tokenReply();
+    bool servesHost(const QByteArray &hostHeader) const;
+    QHttpServerResponse tokenReply(const QHttpServerRequest &request);
 
     TokenCache &m_cache;
+    QStringList m_hostNames;
+    QHostAddress m_address;
     QHttpServer m_httpServer;
 };
 

@@ -17,6 +17,7 @@ const QString keyFileVariable = QStringLiteral("AIRNOTE_MUSICKIT_KEY_FILE");
 const QString keyIdVariable = QStringLiteral("AIRNOTE_MUSICKIT_KEY_ID");
 const QString teamIdVariable = QStringLiteral("AIRNOTE_MUSICKIT_TEAM_ID");
 const QString listenVariable = QStringLiteral("AIRNOTE_TOKEN_LISTEN");
+const QString hostNamesVariable = QStringLiteral("AIRNOTE_TOKEN_HOST_NAMES");
 const QString lifetimeVariable = QStringLiteral("AIRNOTE_TOKEN_LIFETIME");
 
 QCommandLineOption option(const QString &name, const QString &variable, const QString &description,
@@ -39,12 +40,17 @@ TokenServerCommandLine::TokenServerCommandLine()
     , m_listenOption(option(QStringLiteral("listen"), listenVariable,
                             QStringLiteral("Address and port to serve on, default 127.0.0.1:8787"),
                             QStringLiteral("host:port"), QStringLiteral("127.0.0.1:8787")))
+    , m_hostNamesOption(option(QStringLiteral("host-names"), hostNamesVariable,
+                               QStringLiteral("Names clients reach the server by, comma separated, such as the TLS "
+                                              "proxy's; requests naming another host are refused"),
+                               QStringLiteral("names")))
     , m_lifetimeOption(option(QStringLiteral("lifetime"), lifetimeVariable,
                               QStringLiteral("Validity of each token in seconds, default 43200"),
                               QStringLiteral("seconds"), QStringLiteral("43200")))
 {
     m_parser.setApplicationDescription(QStringLiteral("Serves MusicKit developer tokens to Airnote on GET /api/token."));
-    m_parser.addOptions({m_keyFileOption, m_keyIdOption, m_teamIdOption, m_listenOption, m_lifetimeOption});
+    m_parser.addOptions({m_keyFileOption, m_keyIdOption, m_teamIdOption, m_listenOption, m_hostNamesOption,
+                         m_lifetimeOption});
 }
 
 void TokenServerCommandLine::parse(const QStringList &arguments)
@@ -83,6 +89,11 @@ TokenServerConfiguration TokenServerCommandLine::configuration(const QProcessEnv
         throw ConfigurationError(QStringLiteral("%1: expected host:port such as 127.0.0.1:8787 or [::1]:8787, got \"%2\"")
                                      .arg(listen.source, listen.value));
     configuration.listenPort = quint16(port);
+    configuration.hostNames = setting(m_hostNamesOption, hostNamesVariable, environment)
+                                  .value.toLower()
+                                  .split(u',', Qt::SkipEmptyParts);
+    for (QString &name : configuration.hostNames)
+        name = name.trimmed();
 
     const Setting lifetime = setting(m_lifetimeOption, lifetimeVariable, environment);
     bool isNumber = false;

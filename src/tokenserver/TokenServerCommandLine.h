@@ -21,6 +21,7 @@ struct TokenServerConfiguration
     QString teamId;
     QHostAddress listenAddress;
     quint16 listenPort = 0;
+    QStringList hostNames;
     std::chrono::seconds lifetime{0};
 };
 
@@ -60,6 +61,7 @@ private:
     QCommandLineOption m_keyIdOption;
     QCommandLineOption m_teamIdOption;
     QCommandLineOption m_listenOption;
+    QCommandLineOption m_hostNamesOption;
     QCommandLineOption m_lifetimeOption;
 };
 

@@ -59,11 +59,15 @@ int main(int argc, char *argv[])
         return fail(error, configurationFailure);
     }
 
-    TokenServer server(*cache);
+    TokenServer server(*cache, configuration.hostNames);
     try {
         const quint16 port = server.listen(configuration.listenAddress, configuration.listenPort);
         qCInfo(musicLogger).noquote() << "Serving developer tokens on"
                                       << tokenUrl(configuration.listenAddress, port).toString();
+        if (!configuration.listenAddress.isLoopback())
+            qCWarning(musicLogger).noquote()
+                << "Listening on" << configuration.listenAddress.toString()
+                << "which is not a loopback address: put this server behind a TLS proxy, tokens travel in clear text";
     } catch (const Error &error) {
         return fail(error, listenFailure);
     }
