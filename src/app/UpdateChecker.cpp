@@ -6,6 +6,7 @@
 #include "app/Appcast.h"
 #include "core/Endpoints.h"
 #include "core/Error.h"
+#include "core/Logging.h"
 
 #include <QCoreApplication>
 #include <QNetworkRequest>
@@ -107,10 +108,14 @@ QCoro::Task<> UpdateChecker::check()
             co_return;
         const std::optional<AppcastItem> newest = newestItem(parseAppcast(xml));
         // The program knows only its short version, so the feed is judged by its short version too.
-        if (newest && compareVersions(newest->displayVersion(), m_runningVersion) > 0)
-            setResult(State::UpdateAvailable, newest->displayVersion(), newest->downloadURL);
-        else
+        if (!newest || compareVersions(newest->displayVersion(), m_runningVersion) <= 0)
             setResult(State::UpToDate);
+        // The link goes to the desktop's handler, which opens any scheme: a file,
+        // a script, a plain-http page someone on the way can rewrite.
+        else if (newest->downloadURL.scheme() != QStringLiteral("https"))
+            fail(QStringLiteral("lien de téléchargement refusé (https seulement)"));
+        else
+            setResult(State::UpdateAvailable, newest->displayVersion(), newest->downloadURL);
     } catch (const Error &error) {
         if (!m_stopping)
             fail(error.localizedDescription());
@@ -140,6 +145,7 @@ void UpdateChecker::setResult(State state, QString latestVersion, QUrl downloadU
 
 void UpdateChecker::fail(const QString &detail)
 {
+    qCWarning(uiLogger).noquote() << "Update check failed:" << detail;
     setResult(State::Failed, {}, {}, QStringLiteral("Vérification impossible : ") + detail);
 }
 

@@ -49,13 +49,16 @@ private Q_SLOTS:
         // Only 1.10 is for this system, in the sparkle namespace, numbered by its own element
         // over its enclosure's, and highest by number rather than by text.
         QTest::newRow("mixed feed") << 200
-            << QByteArray(R"(<rss xmlns:sp="http://www.andymatuschak.org/xml-namespaces/sparkle"><channel>)"
-                          R"(<item><enclosure url="9.9" sp:os="macos" sp:version="99"/></item>)"
-                          R"(<item><sp:version>5</sp:version><enclosure url="0.5" sp:version="50"/></item>)"
-                          R"(<item><enclosure url="1.9" sp:version="9" sp:shortVersionString="1.9"/></item>)"
-                          R"(<item><enclosure url="1.10" sp:version="10" sp:shortVersionString="1.10"/></item>)"
-                          R"(<item><enclosure url="4.0" xmlns:sparkle="urn:other" sparkle:version="40"/></item></channel></rss>)")
+            << QByteArray("<rss xmlns:sp=\"http://www.andymatuschak.org/xml-namespaces/sparkle\"><channel>"
+                          "<item><enclosure url=\"https://a/9.9\" sp:os=\"macos\" sp:version=\"99\"/></item>"
+                          "<item><sp:version>5</sp:version><enclosure url=\"https://a/0.5\" sp:version=\"50\"/></item>"
+                          "<item><enclosure url=\"https://a/1.9\" sp:version=\"9\" sp:shortVersionString=\"1.9\"/></item>"
+                          "<item><enclosure url=\"https://a/1.10\" sp:version=\"10\" sp:shortVersionString=\"1.10\"/></item>"
+                          "<item><enclosure url=\"https://a/4.0\" xmlns:sparkle=\"urn:other\" sparkle:version=\"40\"/></item></channel></rss>")
             << "1.0" << State::UpdateAvailable << "Airnote 1.10 est disponible";
+        for (const char *link : {"http://example.org/airnote.deb", "file:///tmp/airnote.deb", "javascript:alert(1)"})
+            QTest::addRow("link %s", link) << 200 << QByteArray(feed).replace("https://example.org/airnote/airnote_1.2.0_amd64.deb", link)
+                                           << "1.1.0" << State::Failed << "Vérification impossible : lien de téléchargement refusé (https seulement)";
         QTest::newRow("not found") << 404 << feed << "1.1.0" << State::Failed << "Vérification impossible : le serveur a répondu HTTP 404";
         QTest::newRow("malformed") << 200 << QByteArray("<rss><channel><item></channel>") << "1.1.0" << State::Failed
                                    << "Vérification impossible : flux de mises à jour illisible";
