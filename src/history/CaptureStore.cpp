@@ -58,7 +58,10 @@ QCoro::Task<void> CaptureStore::append(CaptureRecord record)
 
 QCoro::Task<std::optional<CaptureRecord>> CaptureStore::recentSave(QString artist, QString title, double within)
 {
-    const QDateTime cutoff = m_clock().addMSecs(-std::llround(within * 1000));
+    // Records keep whole seconds, so the cutoff does too: a save 299.6 s ago,
+    // stored a fraction earlier, is still in a 300 s window.
+    const QDateTime exactCutoff = m_clock().addMSecs(-std::llround(within * 1000));
+    const QDateTime cutoff = QDateTime::fromSecsSinceEpoch(exactCutoff.toSecsSinceEpoch(), Qt::UTC);
     return finished(QtConcurrent::run(&m_worker, [this, artist, title, cutoff] {
         return findRecentSave(artist, title, cutoff);
     }));

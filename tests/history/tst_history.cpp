@@ -82,7 +82,7 @@ private Q_SLOTS:
         };
         const QJsonObject refused;
 
-        for (const QString status : {u"saved"_s, u"no_match"_s, u"logged"_s})
+        for (const QString &status : {u"saved"_s, u"no_match"_s, u"logged"_s})
             QTest::newRow(qPrintable(status)) << with({{u"status"_s, status}}) << with({{u"status"_s, status}});
         QTest::newRow("lower-case id") << with({{u"id"_s, u"0f8fad5b-d9cb-469f-a165-70867728950e"_s}}) << sample;
         QTest::newRow("null optionals") << with({{u"fipAlbum"_s, QJsonValue::Null}, {u"confidence"_s, QJsonValue::Null}})
@@ -114,19 +114,21 @@ private Q_SLOTS:
         QTest::addColumn<Status>("stored");
         QTest::addColumn<QString>("artist");
         QTest::addColumn<QString>("title");
-        QTest::addColumn<int>("age");
+        QTest::addColumn<int>("age");  // milliseconds
         QTest::addColumn<bool>("found");
 
         const QString artist = u"Chloé Martin & Lou"_s;
         const QString title = u"Night Drive"_s;
-        QTest::newRow("normalized text") << Status::saved << u" CHLOE  Martin / Lou."_s << u"night drive (feat. Lou Vega)"_s << 10 << true;
-        QTest::newRow("at 300 s") << Status::saved << artist << title << 300 << true;
-        QTest::newRow("at 301 s") << Status::saved << artist << title << 301 << false;
-        QTest::newRow("other title") << Status::saved << artist << u"Night Fever"_s << 10 << false;
-        QTest::newRow("other artist") << Status::saved << u"Chloé Martin"_s << title << 10 << false;
-        QTest::newRow("save failed") << Status::saveFailed << artist << title << 10 << false;
-        QTest::newRow("no match") << Status::noMatch << artist << title << 10 << false;
-        QTest::newRow("logged") << Status::logged << artist << title << 10 << false;
+        QTest::newRow("normalized text") << Status::saved << u" CHLOE  Martin / Lou."_s << u"night drive (feat. Lou Vega)"_s << 10000 << true;
+        QTest::newRow("at 300 s") << Status::saved << artist << title << 300000 << true;
+        // Saved a fraction of a second after the stored whole second.
+        QTest::newRow("at 300.9 s of the stored second") << Status::saved << artist << title << 300900 << true;
+        QTest::newRow("at 301 s") << Status::saved << artist << title << 301000 << false;
+        QTest::newRow("other title") << Status::saved << artist << u"Night Fever"_s << 10000 << false;
+        QTest::newRow("other artist") << Status::saved << u"Chloé Martin"_s << title << 10000 << false;
+        QTest::newRow("save failed") << Status::saveFailed << artist << title << 10000 << false;
+        QTest::newRow("no match") << Status::noMatch << artist << title << 10000 << false;
+        QTest::newRow("logged") << Status::logged << artist << title << 10000 << false;
     }
 
     void recentSave()
@@ -142,7 +144,7 @@ private Q_SLOTS:
         testing::waitFor(store.append(workflowRecord(Status::saved, recordedAt.addSecs(-400))));
         const CaptureRecord record = workflowRecord(stored);
         testing::waitFor(store.append(record));
-        m_now = recordedAt.addSecs(age);
+        m_now = recordedAt.addMSecs(age);
 
         QCOMPARE(testing::waitFor(store.recentSave(artist, title, 300)), found ? std::optional(record) : std::nullopt);
     }
