@@ -24,6 +24,9 @@ constexpr double musicFailureChance = 0.25;
 // Slow, yet far below the 60 s after which the app's session gives up.
 constexpr std::chrono::milliseconds quickestSlowReply = 1500ms;
 constexpr std::chrono::milliseconds slowestSlowReply = 4000ms;
+constexpr std::chrono::milliseconds tricklePace = 2000ms;
+constexpr qsizetype oversizedBody = 6 * 1024 * 1024;
+constexpr double markupChance = 0.3;
 
 constexpr quint32 stationStream = 1;
 constexpr quint32 musicStream = 2;
@@ -35,17 +38,18 @@ struct Weighted
     int weight;
 };
 
-// A hang costs the poller a full transfer timeout, so it stays rare.
+// A hang or a trickle costs the poller a whole transfer deadline, so they stay rare.
 constexpr std::array stationFailures{
     Weighted{Chaos::StationReply::serverError, 6}, Weighted{Chaos::StationReply::notFound, 4},
     Weighted{Chaos::StationReply::garbage, 4},     Weighted{Chaos::StationReply::withoutNow, 5},
-    Weighted{Chaos::StationReply::hang, 1},
+    Weighted{Chaos::StationReply::hang, 1},        Weighted{Chaos::StationReply::trickled, 2},
+    Weighted{Chaos::StationReply::oversized, 2},   Weighted{Chaos::StationReply::redirectedAway, 2},
 };
 
 constexpr std::array musicFailures{
     Weighted{Chaos::MusicReply::serverError, 1}, Weighted{Chaos::MusicReply::unavailable, 1},
     Weighted{Chaos::MusicReply::notFound, 1},    Weighted{Chaos::MusicReply::garbage, 1},
-    Weighted{Chaos::MusicReply::slowUnavailable, 1},
+    Weighted{Chaos::MusicReply::slowUnavailable, 1}, Weighted{Chaos::MusicReply::redirectedToTrap, 1},
 };
 
 QRandomGenerator stream(quint32 seed, quint32 name)
@@ -88,6 +92,33 @@ QByteArray withoutNow(const QByteArray &liveDocument)
     return QJsonDocument(document).toJson(QJsonDocument::Compact);
 }
 
+// Rich text would load the image and show the title bold and red.
+QByteArray withMarkup(const QByteArray &liveDocument, const QUrl &trap)
+{
+    QJsonObject document = QJsonDocument::fromJson(liveDocument).object();
+    QJsonObject now = document.value(QStringLiteral("now")).toObject();
+    const QString image = QStringLiteral("<img src=\"%1\">").arg(trap.toString());
+    for (const QString &line : {QStringLiteral("firstLine"), QStringLiteral("secondLine")})
+        now.insert(line, QStringLiteral("<b style=\"color:red\">%1</b>%2").arg(now.value(line).toString(), image));
+    document.insert(QStringLiteral("now"), now);
+    return QJsonDocument(document).toJson(QJsonDocument::Compact);
+}
+
+fakes::HttpReply oversized()
+{
+    // No Content-Length: the cap must hold while the body streams in.
+    fakes::HttpReply reply = fakes::HttpReply::json(200, "{\"prev\":[],\"padding\":\"" + QByteArray(oversizedBody, 'x') + "\"}");
+    reply.declaresLength = false;
+    return reply;
+}
+
+fakes::HttpReply trickled(const QByteArray &liveDocument)
+{
+    fakes::HttpReply reply = fakes::HttpReply::json(200, liveDocument);
+    reply.trickle = tricklePace;
+    return reply;
+}
+
 } // namespace
 
 Chaos::Chaos(quint32 seed)
@@ -96,7 +127,7 @@ Chaos::Chaos(quint32 seed)
 {
 }
 
-Chaos::Decision<Chaos::StationReply> Chaos::nextStationReply(const QByteArray &liveDocument)
+Chaos::Decision<Chaos::StationReply> Chaos::nextStationReply(const QByteArray &liveDocument, const QUrl &trap)
 {
     const StationReply kind = nextStationKind();
     switch (kind) {
@@ -104,6 +135,8 @@ Chaos::Decision<Chaos::StationReply> Chaos::nextStationReply(const QByteArray &l
         return {kind, fakes::HttpReply::json(200, liveDocument)};
     case StationReply::slowDocument:
         return {kind, slowed(fakes::HttpReply::json(200, liveDocument), m_station)};
+    case StationReply::markupDocument:
+        return {kind, fakes::HttpReply::json(200, withMarkup(liveDocument, trap))};
     case StationReply::serverError:
         return {kind, fakes::HttpReply::text(500, "internal server error")};
     case StationReply::notFound:
@@ -115,11 +148,17 @@ Chaos::Decision<Chaos::StationReply> Chaos::nextStationReply(const QByteArray &l
         return {kind, fakes::HttpReply::json(200, withoutNow(liveDocument))};
     case StationReply::hang:
         return {kind, fakes::HttpReply::hangForever()};
+    case StationReply::trickled:
+        return {kind, trickled(liveDocument)};
+    case StationReply::oversized:
+        return {kind, oversized()};
+    case StationReply::redirectedAway:
+        return {kind, fakes::HttpReply::redirect(QUrl(QStringLiteral("http://fip.example.net/live")))};
     }
     Q_UNREACHABLE();
 }
 
-Chaos::Decision<Chaos::MusicReply> Chaos::nextMusicReply()
+Chaos::Decision<Chaos::MusicReply> Chaos::nextMusicReply(const QUrl &trap)
 {
     if (!chance(m_music, musicFailureChance))
         return {MusicReply::normal, {}};
@@ -137,6 +176,8 @@ Chaos::Decision<Chaos::MusicReply> Chaos::nextMusicReply()
         return {kind, fakes::HttpReply::json(200, R"({"data":[{"id":")")};
     case MusicReply::slowUnavailable:
         return {kind, slowed(fakes::HttpReply::text(503, "service unavailable"), m_music)};
+    case MusicReply::redirectedToTrap:
+        return {kind, fakes::HttpReply::redirect(trap)};
     }
     Q_UNREACHABLE();
 }
@@ -146,6 +187,7 @@ Chaos::StationReply Chaos::nextStationKind()
     const bool fails = chance(m_station, m_stormy ? stormFailureChance : calmFailureChance);
     const StationReply kind = fails                                    ? pick(m_station, stationFailures)
                               : chance(m_station, slowDocumentChance) ? StationReply::slowDocument
+                              : chance(m_station, markupChance)       ? StationReply::markupDocument
                                                                        : StationReply::document;
     m_stormy = chance(m_station, m_stormy ? 1.0 - stormEndChance : stormStartChance);
     return kind;

@@ -22,9 +22,16 @@ class Chaos
     Q_GADGET
 
 public:
-    enum class StationReply { document, slowDocument, serverError, notFound, garbage, withoutNow, hang };
+    // markupDocument: a healthy document whose title and artist hold markup
+    // pointing at the trap. trickled: a body a byte every few seconds;
+    // oversized: one far over any cap; redirectedAway: to a plain-http host.
+    enum class StationReply {
+        document, slowDocument, markupDocument, serverError, notFound, garbage, withoutNow, hang, trickled,
+        oversized, redirectedAway
+    };
     Q_ENUM(StationReply)
-    enum class MusicReply { normal, serverError, unavailable, notFound, garbage, slowUnavailable };
+    // redirectedToTrap: to another origin, which must never see the tokens.
+    enum class MusicReply { normal, serverError, unavailable, notFound, garbage, slowUnavailable, redirectedToTrap };
     Q_ENUM(MusicReply)
 
     template<typename Kind>
@@ -36,10 +43,11 @@ public:
 
     explicit Chaos(quint32 seed);
 
-    // liveDocument: what a healthy station would answer now.
-    Decision<StationReply> nextStationReply(const QByteArray &liveDocument);
+    // liveDocument: what a healthy station would answer now. trap: an address
+    // no well-behaved client ever reaches.
+    Decision<StationReply> nextStationReply(const QByteArray &liveDocument, const QUrl &trap);
     // For normal, the fake's own answer stands and the reply is unused.
-    Decision<MusicReply> nextMusicReply();
+    Decision<MusicReply> nextMusicReply(const QUrl &trap);
 
     template<typename Kind>
     static QByteArray nameOf(Kind kind)

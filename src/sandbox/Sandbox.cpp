@@ -93,9 +93,14 @@ void Sandbox::reportChanges()
 
 fakes::HttpReply Sandbox::chaoticLiveReply(const fakes::HttpRequest &request)
 {
+    if (request.path == trapURL().path()) {
+        const bool carriesTokens = !request.header("authorization").isEmpty() || !request.header("music-user-token").isEmpty();
+        logRequest("trap", request.method + (carriesTokens ? ":withTokens" : ":withoutTokens"), {});
+        return fakes::HttpReply::text(404, "not found");
+    }
     if (request.method != "GET" || request.path != m_station.liveURL().path())
         return fakes::HttpReply::text(404, "not found");
-    const auto decision = m_chaos->nextStationReply(m_station.liveDocument());
+    const auto decision = m_chaos->nextStationReply(m_station.liveDocument(), trapURL());
     logRequest("station", Chaos::nameOf(decision.kind), decision.reply);
     return decision.reply;
 }
@@ -105,7 +110,7 @@ void Sandbox::disturbAppleMusic(const fakes::HttpRequest &request)
     const std::optional<FakeAppleMusic::Endpoint> endpoint = FakeAppleMusic::endpointOf(request);
     if (!endpoint)
         return;
-    const auto decision = m_chaos->nextMusicReply();
+    const auto decision = m_chaos->nextMusicReply(trapURL());
     const QByteArray endpointName = QMetaEnum::fromType<FakeAppleMusic::Endpoint>().valueToKey(static_cast<int>(*endpoint));
     logRequest("music:" + endpointName, Chaos::nameOf(decision.kind), decision.reply);
     if (decision.kind != Chaos::MusicReply::normal)
@@ -124,6 +129,11 @@ void Sandbox::logRequest(const QByteArray &target, const QByteArray &kind, const
     // Read while the run goes on, and kept whole if the sandbox is killed.
     if (auto *file = qobject_cast<QFileDevice *>(m_requestLog.data()))
         file->flush();
+}
+
+QUrl Sandbox::trapURL() const
+{
+    return m_chaoticLive->url(QStringLiteral("/trap"));
 }
 
 QUrl Sandbox::liveURL() const

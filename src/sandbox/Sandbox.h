@@ -32,7 +32,8 @@ public:
     // Before listen: from then on the live document and Apple Music answer as
     // chaos decides, and each of their requests is written to requestLog as
     // one line: monotonic seconds at arrival, "station" or "music:<endpoint>",
-    // the reply kind, the reply's delay in milliseconds.
+    // the reply kind, the reply's delay in milliseconds. A request to the trap
+    // (markup's images, redirects to another origin) is logged as "trap".
     void makeChaotic(quint32 seed, QIODevice *requestLog = nullptr);
     bool listen();
     // The variables that point Airnote at the sandbox, in the order they are printed.
@@ -46,6 +47,7 @@ private:
     fakes::HttpReply chaoticLiveReply(const fakes::HttpRequest &request);
     void disturbAppleMusic(const fakes::HttpRequest &request);
     void logRequest(const QByteArray &target, const QByteArray &kind, const fakes::HttpReply &reply);
+    QUrl trapURL() const;
     QUrl liveURL() const;
 
     fakes::FakeStation m_station;
