@@ -5,7 +5,9 @@
 // byte chooses the request (credentials or not, document or image), the rest
 // is written back as the raw HTTP reply, so status lines, headers, redirects,
 // lengths and bodies all come from the fuzzer. A relative Location leads back
-// to the same server, which answers the same again.
+// to the same server, which answers the same again; a redirect the policy lets
+// through to another host goes to a proxy that refuses at once, so the fuzzer
+// never reaches the network.
 
 #include "music/AppleMusicReplies.h"
 #include "music/ServiceError.h"
@@ -15,6 +17,7 @@
 
 #include <QCoreApplication>
 #include <QNetworkAccessManager>
+#include <QNetworkProxyFactory>
 #include <QTcpServer>
 #include <QTcpSocket>
 
@@ -48,6 +51,17 @@ public:
     }
 };
 
+class LoopbackOnly : public QNetworkProxyFactory
+{
+public:
+    QList<QNetworkProxy> queryProxy(const QNetworkProxyQuery &query) override
+    {
+        if (QHostAddress(query.peerHostName()).isLoopback())
+            return {QNetworkProxy(QNetworkProxy::NoProxy)};
+        return {QNetworkProxy(QNetworkProxy::HttpProxy, QStringLiteral("127.0.0.1"), 1)};
+    }
+};
+
 struct Harness
 {
     int argc = 1;
@@ -61,6 +75,7 @@ struct Harness
     {
         // A reply that stops short must not hold an input for the default minute.
         network.setTransferTimeout(2000);
+        network.setProxyFactory(new LoopbackOnly);
         if (!server.listen(QHostAddress::LocalHost))
             std::abort();
     }

@@ -62,7 +62,6 @@ int main(int argc, char *argv[])
     }
 
     QNetworkAccessManager network;
-    network.setTransferTimeout(60000);
     WakeSource wakeSource;
     wakeSource.listenToLogind();
     AirnoteApp app(AirnoteApp::defaultServices(&network, &wakeSource));

@@ -128,7 +128,6 @@ private Q_SLOTS:
         QTest::newRow("other artist") << Status::saved << u"Chloé Martin"_s << title << 10000 << false;
         QTest::newRow("save failed") << Status::saveFailed << artist << title << 10000 << false;
         QTest::newRow("no match") << Status::noMatch << artist << title << 10000 << false;
-        QTest::newRow("logged") << Status::logged << artist << title << 10000 << false;
     }
 
     void recentSave()
@@ -155,7 +154,6 @@ private Q_SLOTS:
         QTest::addColumn<bool>("readable");
 
         const QJsonArray written{workflowRecord(Status::noMatch, recordedAt, u"Mira & Sol"_s).toJson()};
-        QTest::newRow("indented") << QJsonDocument(written).toJson(QJsonDocument::Indented) << true;
         QTest::newRow("compact") << QJsonDocument(written).toJson(QJsonDocument::Compact) << true;
         // Ends as the store's own files do, so the next append extends these bytes.
         QTest::newRow("other indents") << "[\n  " + QJsonDocument(written[0].toObject()).toJson(QJsonDocument::Compact) + "\n]\n" << true;

@@ -100,12 +100,9 @@ private Q_SLOTS:
         QTest::newRow("blank cover") << QByteArray(R"({"now": {"cover": " "}})") << u"||-|now|-|segment"_s;
         QTest::newRow("unknown keys") << QByteArray(R"({"x": 1, "now": {"firstLine": "T", "y": {"a": [1]}, "startTime": 0}})")
                                       << u"|T|-|0|-|segment"_s;
-        QTest::newRow("integral decimal") << QByteArray(R"({"now": {"endTime": 1795000000.0}})") << u"||-|now|1795000000|segment"_s;
         QTest::newRow("not JSON") << QByteArray("<html>busy</html>") << decodeFailed;
         QTest::newRow("array") << QByteArray("[]") << decodeFailed;
         QTest::newRow("now a string") << QByteArray(R"({"now": "x"})") << decodeFailed;
-        QTest::newRow("startTime string") << QByteArray(R"({"now": {"startTime": "1795000000"}})") << decodeFailed;
-        QTest::newRow("startTime fraction") << QByteArray(R"({"now": {"startTime": 1795000000.5}})") << decodeFailed;
         QTest::newRow("firstLine number") << QByteArray(R"({"now": {"firstLine": 7}})") << decodeFailed;
         QTest::newRow("missing now") << missingNow << u"missing 'now' object"_s;
         QTest::newRow("null now") << QByteArray(R"({"now": null})") << u"missing 'now' object"_s;
@@ -152,7 +149,6 @@ private Q_SLOTS:
         QTest::addColumn<QString>("logged");
 
         const QString badResponse = u"Poll failed: bad server response"_s;
-        QTest::newRow("404") << HttpReply::json(404, "not found") << badResponse;
         QTest::newRow("500") << HttpReply::json(500, fixture(u"station-live.json"_s)) << badResponse;
         QTest::newRow("no now") << HttpReply::json(200, missingNow)
                                 << u"Poll failed: malformed station document: missing 'now' object"_s;

@@ -432,7 +432,6 @@ private Q_SLOTS:
         };
         QTest::newRow("badge at the green threshold") << badge(0.85) << "85% High";
         QTest::newRow("badge just under it") << badge(0.8499) << "84% Fair";
-        QTest::newRow("badge truncated, not rounded") << badge(0.999) << "99% High";
         QTest::newRow("badge at the orange threshold") << badge(0.5) << "50% Fair";
         QTest::newRow("badge under it") << badge(0.49) << "49% Low";
         QTest::newRow("just now") << ago(59) << "à l'instant";
