@@ -26,18 +26,30 @@ int main(int argc, char *argv[])
     using namespace airnote;
     using Action = LaunchOptions::Action;
 
-    QApplication application(argc, argv);
-    QApplication::setOrganizationName(QStringLiteral("Airnote"));
-    QApplication::setApplicationName(QStringLiteral("Airnote"));
-    QApplication::setApplicationVersion(QStringLiteral(AIRNOTE_VERSION));
-    QApplication::setDesktopFileName(QStringLiteral("airnote"));
+    QCoreApplication::setOrganizationName(QStringLiteral("Airnote"));
+    QCoreApplication::setApplicationName(QStringLiteral("Airnote"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(AIRNOTE_VERSION));
+    QGuiApplication::setDesktopFileName(QStringLiteral("airnote"));
 
-    const LaunchOptions options = parseCommandLine(QApplication::arguments());
+    QStringList arguments;
+    for (int index = 0; index < argc; ++index)
+        arguments.append(QString::fromLocal8Bit(argv[index]));
+    const LaunchOptions options = parseCommandLine(arguments);
+    // Answered without a display or a session bus: a terminal, a script at logout.
+    if (options.request != LaunchOptions::Request::run) {
+        const QCoreApplication terminal(argc, argv);
+        return answerInTerminal(options);
+    }
+    if (options.action == Action::quit) {
+        const QCoreApplication terminal(argc, argv);
+        SingleInstance().sendToRunningInstance(actionName(Action::quit));
+        return 0;
+    }
+
+    QApplication application(argc, argv);
     SingleInstance instance;
     const Action handedOver = options.action == Action::none ? Action::show : options.action;
     if (instance.sendToRunningInstance(actionName(handedOver)))
-        return 0;
-    if (options.action == Action::quit)
         return 0;
 
     try {

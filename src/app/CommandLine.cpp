@@ -4,6 +4,9 @@
 #include "CommandLine.h"
 
 #include <QCommandLineParser>
+#include <QCoreApplication>
+
+#include <cstdio>
 
 #include <array>
 #include <utility>
@@ -28,32 +31,72 @@ const std::array<std::pair<Action, QLatin1String>, 5> &actionNames()
 
 } // namespace
 
-LaunchOptions parseCommandLine(const QStringList &arguments)
+namespace {
+
+struct Parser
 {
     QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral("Shows what FIP plays and keeps tracks in Apple Music."));
-    parser.addHelpOption();
-    parser.addVersionOption();
-    const QCommandLineOption show(QStringLiteral("show"), QStringLiteral("Open the panel."));
-    const QCommandLineOption save(QStringLiteral("save"), QStringLiteral("Open the panel and save the track on air."));
-    const QCommandLineOption history(QStringLiteral("history"), QStringLiteral("Open the capture history."));
-    const QCommandLineOption quit(QStringLiteral("quit"), QStringLiteral("End the running program."));
-    const QCommandLineOption windowed(QStringLiteral("windowed"), QStringLiteral("Show the panel in an ordinary window."));
-    parser.addOptions({show, save, history, quit, windowed});
-    parser.process(arguments);
+    QCommandLineOption help = parser.addHelpOption();
+    QCommandLineOption version = parser.addVersionOption();
+    QCommandLineOption show{QStringLiteral("show"), QStringLiteral("Open the panel.")};
+    QCommandLineOption save{QStringLiteral("save"), QStringLiteral("Open the panel and save the track on air.")};
+    QCommandLineOption history{QStringLiteral("history"), QStringLiteral("Open the capture history.")};
+    QCommandLineOption quit{QStringLiteral("quit"), QStringLiteral("End the running program.")};
+    QCommandLineOption windowed{QStringLiteral("windowed"), QStringLiteral("Show the panel in an ordinary window.")};
 
+    Parser()
+    {
+        parser.setApplicationDescription(QStringLiteral("Shows what FIP plays and keeps tracks in Apple Music."));
+        parser.addOptions({show, save, history, quit, windowed});
+    }
+};
+
+} // namespace
+
+LaunchOptions parseCommandLine(const QStringList &arguments)
+{
+    Parser command;
     LaunchOptions options;
-    options.windowed = parser.isSet(windowed);
+    if (!command.parser.parse(arguments)) {
+        options.request = LaunchOptions::Request::misuse;
+        options.misuse = command.parser.errorText();
+        return options;
+    }
+    if (command.parser.isSet(command.help))
+        options.request = LaunchOptions::Request::help;
+    else if (command.parser.isSet(command.version))
+        options.request = LaunchOptions::Request::version;
+    options.windowed = command.parser.isSet(command.windowed);
     // When several are given, the strongest wins: quitting beats acting.
-    if (parser.isSet(quit))
+    if (command.parser.isSet(command.quit))
         options.action = Action::quit;
-    else if (parser.isSet(save))
+    else if (command.parser.isSet(command.save))
         options.action = Action::save;
-    else if (parser.isSet(history))
+    else if (command.parser.isSet(command.history))
         options.action = Action::history;
-    else if (parser.isSet(show))
+    else if (command.parser.isSet(command.show))
         options.action = Action::show;
     return options;
+}
+
+int answerInTerminal(const LaunchOptions &options)
+{
+    using Request = LaunchOptions::Request;
+    switch (options.request) {
+    case Request::help:
+        std::fputs(qPrintable(Parser().parser.helpText()), stdout);
+        return 0;
+    case Request::version:
+        std::printf("%s %s\n", qPrintable(QCoreApplication::applicationName()),
+                    qPrintable(QCoreApplication::applicationVersion()));
+        return 0;
+    case Request::misuse:
+        std::fprintf(stderr, "%s\n\n%s", qPrintable(options.misuse), qPrintable(Parser().parser.helpText()));
+        return 2;
+    case Request::run:
+        break;
+    }
+    return 0;
 }
 
 QString actionName(Action action)

@@ -13,13 +13,22 @@ namespace airnote {
 struct LaunchOptions
 {
     enum class Action { none, show, save, history, quit };
+    // What only the terminal needs answered: no display, no session bus.
+    enum class Request { run, help, version, misuse };
 
     Action action = Action::none;
     bool windowed = false;
+    Request request = Request::run;
+    QString misuse;  // the parser's complaint, for Request::misuse
 };
 
-// Parses the program's arguments; --help and --version print and exit.
+// Parses the program's arguments; needs no application object, so that a
+// terminal without a display still gets its answer.
 LaunchOptions parseCommandLine(const QStringList &arguments);
+
+// Prints the answer to help, version or a misuse (with the usage); returns
+// the exit status, 2 for a misuse. Needs a QCoreApplication for the usage line.
+int answerInTerminal(const LaunchOptions &options);
 
 QString actionName(LaunchOptions::Action action);
 LaunchOptions::Action actionFromName(const QString &name);

@@ -227,7 +227,7 @@ private Q_SLOTS:
         waitForNowPlaying();
         QVERIFY(m_faces.contains(u"success-Harbour Lights (Remastered)-Mira and Sol"_s));
         const QStringList lines = log.messagesOf("com.velmorin.Airnote.music");
-        for (const QString start : {u"History read failed, no duplicate check: "_s, u"History write failed: "_s})
+        for (const QString &start : {u"History read failed, no duplicate check: "_s, u"History write failed: "_s})
             QCOMPARE(std::count_if(lines.cbegin(), lines.cend(), [&](const QString &line) { return line.startsWith(start); }), 1);
         QVERIFY(QFileInfo(m_home.filePath(u"captures.json"_s)).isDir());
     }
@@ -271,13 +271,17 @@ private Q_SLOTS:
 
     void parsesTheCommandLine_data()
     {
+        using Request = LaunchOptions::Request;
         QTest::addColumn<QStringList>("arguments");
         QTest::addColumn<LaunchOptions::Action>("action");
         QTest::addColumn<bool>("windowed");
-        QTest::newRow("nothing") << QStringList{} << LaunchOptions::Action::none << false;
-        QTest::newRow("save") << QStringList{u"--save"_s} << LaunchOptions::Action::save << false;
-        QTest::newRow("history windowed") << QStringList{u"--history"_s, u"--windowed"_s} << LaunchOptions::Action::history << true;
-        QTest::newRow("quit wins") << QStringList{u"--save"_s, u"--quit"_s} << LaunchOptions::Action::quit << false;
+        QTest::addColumn<Request>("request");
+        QTest::newRow("nothing") << QStringList{} << LaunchOptions::Action::none << false << Request::run;
+        QTest::newRow("save") << QStringList{u"--save"_s} << LaunchOptions::Action::save << false << Request::run;
+        QTest::newRow("history windowed") << QStringList{u"--history"_s, u"--windowed"_s} << LaunchOptions::Action::history << true << Request::run;
+        QTest::newRow("quit wins") << QStringList{u"--save"_s, u"--quit"_s} << LaunchOptions::Action::quit << false << Request::run;
+        QTest::newRow("help over an action") << QStringList{u"--save"_s, u"-h"_s} << LaunchOptions::Action::save << false << Request::help;
+        QTest::newRow("unknown option") << QStringList{u"--sav"_s} << LaunchOptions::Action::none << false << Request::misuse;
     }
 
     void parsesTheCommandLine()
@@ -285,9 +289,11 @@ private Q_SLOTS:
         QFETCH(QStringList, arguments);
         QFETCH(LaunchOptions::Action, action);
         QFETCH(bool, windowed);
+        QFETCH(LaunchOptions::Request, request);
         const LaunchOptions options = parseCommandLine(QStringList{u"airnote"_s} + arguments);
         QCOMPARE(options.action, action);
         QCOMPARE(options.windowed, windowed);
+        QCOMPARE(options.request, request);
         QCOMPARE(actionFromName(actionName(action)), action);
     }
 };

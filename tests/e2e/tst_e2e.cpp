@@ -47,6 +47,19 @@ private:
         m_environment.insert(u"XDG_RUNTIME_DIR"_s, m_home.path());
     }
 
+    // A terminal with no display and no session bus.
+    QProcess *startInTerminal(const QStringList &arguments)
+    {
+        QProcessEnvironment terminal = QProcessEnvironment::systemEnvironment();
+        for (const QString &name : {u"DISPLAY"_s, u"WAYLAND_DISPLAY"_s, u"DBUS_SESSION_BUS_ADDRESS"_s})
+            terminal.remove(name);
+        terminal.insert(u"XDG_RUNTIME_DIR"_s, m_home.path());
+        auto *process = new QProcess(this);
+        process->setProcessEnvironment(terminal);
+        process->start(QStringLiteral(AIRNOTE_BINARY), arguments);
+        return process;
+    }
+
     // Keys go through the X server, as the listener's would.
     static void pressReturnIn(const QString &windowName)
     {
@@ -62,6 +75,30 @@ private Q_SLOTS:
             process->kill();
             process->waitForFinished();
         }
+    }
+
+    void answersInATerminal_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<int>("exitCode");
+        QTest::addColumn<QString>("output");  // standard output, then standard error
+        QTest::newRow("help") << QStringList{u"--help"_s} << 0 << u"--save"_s;
+        QTest::newRow("version") << QStringList{u"--version"_s} << 0 << u"Airnote " AIRNOTE_VERSION_TEXT "\n"_s;
+        QTest::newRow("quit, none running") << QStringList{u"--quit"_s} << 0 << QString();
+        QTest::newRow("unknown option") << QStringList{u"--sav"_s} << 2 << u"Unknown option 'sav'."_s;
+    }
+
+    void answersInATerminal()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(int, exitCode);
+        QFETCH(QString, output);
+        QProcess *airnote = startInTerminal(arguments);
+        QVERIFY(airnote->waitForFinished(20000));
+        QCOMPARE(airnote->exitStatus(), QProcess::NormalExit);
+        QCOMPARE(airnote->exitCode(), exitCode);
+        const QString printed = QString::fromLocal8Bit(airnote->readAllStandardOutput() + airnote->readAllStandardError());
+        QVERIFY2(printed.contains(output), qPrintable(printed));
     }
 
     void initTestCase()
