@@ -28,10 +28,9 @@ void BoundedTcpServer::incomingConnection(qintptr descriptor)
 
     // Connected before the HTTP server's own handler, so this one sees each
     // chunk before it is read: the HTTP server reads all that is available.
-    auto received = std::make_shared<qint64>(0);
-    connect(socket, &QTcpSocket::readyRead, socket, [socket, received] {
-        *received += socket->bytesAvailable();
-        if (*received > maximumBytesPerConnection) {
+    connect(socket, &QTcpSocket::readyRead, socket, [socket, received = qint64(0)]() mutable {
+        received += socket->bytesAvailable();
+        if (received > maximumBytesPerConnection) {
             qCWarning(musicLogger) << "Closed a connection that sent more than" << maximumBytesPerConnection << "bytes";
             socket->abort();
         }

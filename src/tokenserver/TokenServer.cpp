@@ -59,7 +59,7 @@ bool TokenServer::servesHost(const QByteArray &hostHeader) const
 {
     const QUrl asUrl(QStringLiteral("http://") + QString::fromLatin1(hostHeader));
     const QString host = asUrl.host();
-    if (!asUrl.isValid() || host.isEmpty() || asUrl.userInfo() != QString() || asUrl.path() != QString())
+    if (!asUrl.isValid() || host.isEmpty() || !asUrl.userInfo().isEmpty() || !asUrl.path().isEmpty())
         return false;
     if (host == QStringLiteral("localhost") || m_hostNames.contains(host, Qt::CaseInsensitive))
         return true;
