@@ -10,6 +10,7 @@
 #include "station/FIPMetadataService.h"
 #include "support/Fixtures.h"
 #include "support/TestServices.h"
+#include "support/WaitFor.h"
 #include "ui/ConfidenceGrade.h"
 #include "ui/PanelHost.h"
 #include "ui/RelativeTime.h"
@@ -501,6 +502,9 @@ private Q_SLOTS:
             QTest::keyClick(&panel.window(), Qt::Key(key));
             // The new face fades in while the old one fades out; nothing moves when nothing changed.
             QCOMPARE(panel.faces().size(), shownKey == "preview-"_L1 ? 1 : 2);
+            // Any decision the key started has queued its record by now.
+            if (shownKey == "preview-"_L1)
+                QVERIFY2(testing::waitFor(panel.app.store()->loadAll()).isEmpty(), "Return decided nothing");
         }
 
         QQuickItem *face = panel.settledFace(shownKey);
