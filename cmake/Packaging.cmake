@@ -43,7 +43,9 @@ set(CPACK_DEBIAN_PACKAGE_DEPENDS
     qml6-module-qtqml-workerscript
     qt6-image-formats-plugins
     libqt6svg6
-    qt6-qpa-plugins)
+    qt6-qpa-plugins
+    # Without it a Wayland session gets whatever X11 fallback happens to be installed.
+    qt6-wayland)
 list(JOIN CPACK_DEBIAN_PACKAGE_DEPENDS ", " CPACK_DEBIAN_PACKAGE_DEPENDS)
 # The Apple Music sign-in opens in the system browser.
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS xdg-utils)

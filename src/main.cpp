@@ -9,11 +9,10 @@
 #include "platform/WakeSource.h"
 #include "ui/LaunchActions.h"
 #include "ui/PanelHost.h"
-#include "ui/TrayIcon.h"
+#include "ui/TrayDock.h"
 
 #include <QApplication>
 #include <QNetworkAccessManager>
-#include <QSystemTrayIcon>
 #include <QtQml/qqmlextensionplugin.h>
 
 #include <cstdio>
@@ -78,19 +77,15 @@ int main(int argc, char *argv[])
     wakeSource.listenToLogind();
     AirnoteApp app(AirnoteApp::defaultServices(&network, &wakeSource));
 
-    const bool inTray = QSystemTrayIcon::isSystemTrayAvailable() && !options.windowed;
-    QApplication::setQuitOnLastWindowClosed(!inTray);
-    PanelHost panel(app.panel(), app.updater(),
-                    inTray ? PanelWindow::Presentation::Attached : PanelWindow::Presentation::Windowed);
-    std::unique_ptr<TrayIcon> trayIcon;
-    if (inTray) {
-        trayIcon = std::make_unique<TrayIcon>(&panel, app.authorization());
-        trayIcon->show();
-    } else {
+    // Nothing may ask Qt about the tray before the dock does (see TrayDock).
+    PanelHost panel(app.panel(), app.updater(), PanelWindow::Presentation::Windowed);
+    std::unique_ptr<TrayDock> dock;
+    if (options.windowed)
         panel.showNextTo(QRect());
-    }
+    else
+        dock = std::make_unique<TrayDock>(&panel, app.authorization(), app.fip());
 
-    LaunchActions actions(app.panel(), app.workflow(), &panel, trayIcon.get());
+    LaunchActions actions(app.panel(), app.workflow(), &panel, dock.get());
     QObject::connect(&instance, &SingleInstance::actionReceived, &actions,
                      [&actions](const QString &action) { actions.perform(actionFromName(action)); });
     actions.perform(options.action);

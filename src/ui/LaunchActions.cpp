@@ -6,19 +6,19 @@
 #include "app/PanelModel.h"
 #include "app/SaveWorkflow.h"
 #include "ui/PanelHost.h"
-#include "ui/TrayIcon.h"
+#include "ui/TrayDock.h"
 
 #include <QCoreApplication>
 
 namespace airnote {
 
-LaunchActions::LaunchActions(PanelModel *model, SaveWorkflow *workflow, PanelHost *panel, TrayIcon *trayIcon,
+LaunchActions::LaunchActions(PanelModel *model, SaveWorkflow *workflow, PanelHost *panel, TrayDock *dock,
                              QObject *parent)
     : QObject(parent)
     , m_model(model)
     , m_workflow(workflow)
     , m_panel(panel)
-    , m_trayIcon(trayIcon)
+    , m_dock(dock)
 {
 }
 
@@ -47,7 +47,7 @@ void LaunchActions::perform(LaunchOptions::Action action)
 
 void LaunchActions::showPanel()
 {
-    m_panel->showNextTo(m_trayIcon ? m_trayIcon->geometry() : QRect());
+    m_panel->showNextTo(m_dock ? m_dock->iconGeometry() : QRect());
 }
 
 } // namespace airnote

@@ -12,7 +12,7 @@ namespace airnote {
 class PanelHost;
 class PanelModel;
 class SaveWorkflow;
-class TrayIcon;
+class TrayDock;
 
 // Carries out what a start of the program asked for (--show, --save,
 // --history, --quit), whether from this process or handed over by a later one.
@@ -21,8 +21,8 @@ class LaunchActions : public QObject
     Q_OBJECT
 
 public:
-    // trayIcon is null when the panel is an ordinary window.
-    LaunchActions(PanelModel *model, SaveWorkflow *workflow, PanelHost *panel, TrayIcon *trayIcon,
+    // dock is null when the panel is an ordinary window for the whole run.
+    LaunchActions(PanelModel *model, SaveWorkflow *workflow, PanelHost *panel, TrayDock *dock,
                   QObject *parent = nullptr);
 
     void perform(LaunchOptions::Action action);
@@ -33,7 +33,7 @@ private:
     PanelModel *m_model;
     SaveWorkflow *m_workflow;
     PanelHost *m_panel;
-    TrayIcon *m_trayIcon;
+    TrayDock *m_dock;
 };
 
 } // namespace airnote

@@ -76,6 +76,19 @@ void PanelHost::toggleNextTo(QRect anchor)
     releaseWhenClosed();
 }
 
+void PanelHost::setPresentation(PanelWindow::Presentation presentation)
+{
+    if (presentation == m_presentation)
+        return;
+    m_presentation = presentation;
+    // Flags and behaviour are set when the window is built.
+    if (m_window) {
+        m_window->disconnect(this);
+        m_window.reset();
+        releaseWhenClosed();
+    }
+}
+
 PanelWindow *PanelHost::window() const
 {
     return m_window.get();

@@ -37,6 +37,8 @@ public:
 
     void showNextTo(QRect anchor);
     void toggleNextTo(QRect anchor);
+    // A panel already built is dropped; the next show builds it the new way.
+    void setPresentation(PanelWindow::Presentation presentation);
 
     // Null while the scene is released.
     PanelWindow *window() const;

@@ -19,7 +19,7 @@ PanelWindow::PanelWindow(QQmlEngine *engine, PanelModel *model, Presentation pre
     , m_presentation(presentation)
 {
     setTitle(QStringLiteral("Airnote"));
-    if (presentation == Presentation::Attached) {
+    if (presentation != Presentation::Windowed) {
         setFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
         connect(this, &QWindow::activeChanged, this, &PanelWindow::hideWhenDeactivated);
     }
@@ -34,10 +34,24 @@ PanelWindow::PanelWindow(QQmlEngine *engine, PanelModel *model, Presentation pre
     followContentSize();
 }
 
+PanelWindow::Presentation PanelWindow::presentationFor(bool inTray)
+{
+    // Without a tray the window is the listener's only way in: an ordinary one.
+    if (!inTray)
+        return Presentation::Windowed;
+    // A Wayland client can neither place its own top-level window nor learn
+    // where the icon is (the host's Activate(x, y) is in its own coordinates):
+    // the compositor places the panel, which floats there since its size is fixed.
+    if (QGuiApplication::platformName().startsWith(QLatin1String("wayland")))
+        return Presentation::PlacedByCompositor;
+    // X11, with an XEmbed tray or a StatusNotifierItem host alike: at the icon,
+    // or at the pointer that just clicked it.
+    return Presentation::NextToIcon;
+}
+
 void PanelWindow::showNextTo(QRect anchor)
 {
-    // An ordinary window is placed by the window manager.
-    if (m_presentation == Presentation::Attached) {
+    if (m_presentation == Presentation::NextToIcon) {
         m_anchor = anchor.isValid() ? anchor : QRect(QCursor::pos(), QSize(1, 1));
         placeNextToAnchor(size());
     }
@@ -70,7 +84,7 @@ QPoint PanelWindow::placement(QRect anchor, QSize panelSize, QRect available)
 
 void PanelWindow::keyPressEvent(QKeyEvent *event)
 {
-    if (m_presentation == Presentation::Attached && event->key() == Qt::Key_Escape) {
+    if (m_presentation != Presentation::Windowed && event->key() == Qt::Key_Escape) {
         hide();
         return;
     }
@@ -85,7 +99,7 @@ void PanelWindow::followContentSize()
     setMaximumSize(contentSize);
     // The panel opens at its "Chargement…" size and grows when the track comes:
     // place it again so that it stays on screen next to the icon.
-    if (m_presentation == Presentation::Attached && isVisible())
+    if (m_presentation == Presentation::NextToIcon && isVisible())
         placeNextToAnchor(contentSize);
 }
 

@@ -10,22 +10,25 @@ namespace airnote {
 
 class PanelModel;
 
-// The window that holds the panel's content. Attached, it is a frameless panel
-// opened next to the tray icon that hides when it loses focus; windowed, it is
-// an ordinary window titled "Airnote". Either way it is sized to its content.
+// The window that holds the panel's content. From the tray, it is a frameless
+// panel that hides on Escape and when it loses focus; without a tray, an
+// ordinary window titled "Airnote". Either way it is sized to its content.
 class PanelWindow : public QQuickView
 {
     Q_OBJECT
 
 public:
-    enum class Presentation { Attached, Windowed };
+    enum class Presentation { NextToIcon, PlacedByCompositor, Windowed };
+
+    // How the panel is presented on this platform, with or without a tray.
+    static Presentation presentationFor(bool inTray);
 
     // The content comes from engine, which must outlive the window.
     PanelWindow(QQmlEngine *engine, PanelModel *model, Presentation presentation, QWindow *parent = nullptr);
 
     // anchor: the tray icon's geometry, or an invalid rectangle when the
     // desktop does not tell it; the cursor position stands in then. Only the
-    // attached panel is placed; an ordinary window is placed by the window manager.
+    // panel next to the icon is placed; other windows are placed by the window manager.
     void showNextTo(QRect anchor);
     void toggleNextTo(QRect anchor);
 

@@ -6,23 +6,28 @@
 #include "PanelHost.h"
 #include "TintedIcon.h"
 #include "platform/MusicAuthorization.h"
+#include "station/FIPMetadataService.h"
 
 #include <QCoreApplication>
-#include <QGuiApplication>
-#include <QPalette>
+#include <QPainter>
+#include <QTextDocument>
 #include <QPixmap>
 
 namespace airnote {
 
-TrayIcon::TrayIcon(PanelHost *panel, MusicAuthorization *authorization, QObject *parent)
+TrayIcon::TrayIcon(PanelHost *panel, MusicAuthorization *authorization, FIPMetadataService *station, Host host,
+                   QObject *parent)
     : QSystemTrayIcon(parent)
     , m_panel(panel)
     , m_authorization(authorization)
+    , m_station(station)
+    , m_host(host)
 {
-    // Tray panels draw their icons in the desktop's text colour; the palette is our best guess of it.
-    const QColor ink = QGuiApplication::palette().color(QPalette::WindowText);
-    setIcon(QIcon(QPixmap::fromImage(TintedIcon::render(QStringLiteral("radio"), ink, QSize(64, 64)))));
-    setToolTip(QStringLiteral("Airnote"));
+    // Hosts that know the installed symbolic icon recolour it to the panel;
+    // the others get pixels, which cannot know the panel's colour.
+    setIcon(QIcon::fromTheme(QStringLiteral("airnote-symbolic"), QIcon(QPixmap::fromImage(glyph(QSize(64, 64))))));
+    showTrackOnAir();
+    connect(m_station, &FIPMetadataService::currentChanged, this, &TrayIcon::showTrackOnAir);
 
     m_menu.addAction(QStringLiteral("Ouvrir"), panel, [this] { m_panel->showNextTo(geometry()); });
     m_accountAction = m_menu.addAction(QString(), this, &TrayIcon::signInOrOut);
@@ -35,6 +40,22 @@ TrayIcon::TrayIcon(PanelHost *panel, MusicAuthorization *authorization, QObject 
     connect(this, &QSystemTrayIcon::activated, this, &TrayIcon::onActivated);
 }
 
+QImage TrayIcon::glyph(QSize size)
+{
+    const int halo = std::max(1, size.width() / 16);
+    const QSize inner = size - QSize(2 * halo, 2 * halo);
+    const QImage dark = TintedIcon::render(QStringLiteral("radio"), QColor(0, 0, 0, 200), inner);
+    QImage image(size, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    QPainter painter(&image);
+    for (int dx = -halo; dx <= halo; ++dx) {
+        for (int dy = -halo; dy <= halo; ++dy)
+            painter.drawImage(QPoint(halo + dx, halo + dy), dark);
+    }
+    painter.drawImage(QPoint(halo, halo), TintedIcon::render(QStringLiteral("radio"), Qt::white, inner));
+    return image;
+}
+
 void TrayIcon::onActivated(QSystemTrayIcon::ActivationReason reason)
 {
     if (reason == QSystemTrayIcon::Trigger)
@@ -45,6 +66,14 @@ void TrayIcon::showAuthorization()
 {
     const bool authorized = m_authorization->currentStatus() == MusicAuthorization::Status::authorized;
     m_accountAction->setText(authorized ? QStringLiteral("Se déconnecter") : QStringLiteral("Se connecter à Apple Music"));
+}
+
+void TrayIcon::showTrackOnAir()
+{
+    const std::optional<FIPTrack> track = m_station->current();
+    const QString text = track ? QStringLiteral("%1 — %2").arg(track->title, track->artist) : QStringLiteral("Airnote");
+    // The station's text shown as it is, whatever it holds.
+    setToolTip(m_host == Host::statusNotifier ? text.toHtmlEscaped() : Qt::convertFromPlainText(text));
 }
 
 void TrayIcon::signInOrOut()

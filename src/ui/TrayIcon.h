@@ -8,26 +8,38 @@
 
 namespace airnote {
 
+class FIPMetadataService;
 class MusicAuthorization;
 class PanelHost;
 
 // The radio in the tray: a click opens or closes the panel next to it; a menu
-// offers the same for desktops that only open menus from tray icons, and the
-// Apple Music sign-in or sign-out.
+// offers the same for hosts that only open menus (GNOME's AppIndicator), and
+// the Apple Music sign-in or sign-out. Its tooltip names the track on air.
 class TrayIcon : public QSystemTrayIcon
 {
     Q_OBJECT
 
 public:
-    TrayIcon(PanelHost *panel, MusicAuthorization *authorization, QObject *parent = nullptr);
+    // Both kinds of host read the tooltip as markup: a StatusNotifierItem host
+    // as HTML or Pango, Qt's own XEmbed tooltip as rich text once it sees a tag.
+    enum class Host { statusNotifier, xembed };
+
+    TrayIcon(PanelHost *panel, MusicAuthorization *authorization, FIPMetadataService *station, Host host,
+             QObject *parent = nullptr);
+
+    // The radio drawn light on a dark halo, readable on light and dark panels alike.
+    static QImage glyph(QSize size);
 
 private:
     void onActivated(QSystemTrayIcon::ActivationReason reason);
     void showAuthorization();
+    void showTrackOnAir();
     void signInOrOut();
 
     PanelHost *m_panel;
     MusicAuthorization *m_authorization;
+    FIPMetadataService *m_station;
+    Host m_host;
     QMenu m_menu;
     QAction *m_accountAction;
 };

@@ -15,6 +15,7 @@
 #include "ui/PanelHost.h"
 #include "ui/RelativeTime.h"
 #include "ui/TrayIcon.h"
+#include "ui/XEmbedTrayWatcher.h"
 
 #include <QApplication>
 #include <QBuffer>
@@ -26,6 +27,7 @@
 #include <QMenu>
 #include <QMetaEnum>
 #include <QNetworkAccessManager>
+#include <QProcess>
 #include <QQuickItem>
 #include <QSignalSpy>
 #include <QStandardPaths>
@@ -641,7 +643,7 @@ private Q_SLOTS:
     void sceneReleasedAfterTheClickThatClosedThePanel()
     {
         PanelUnderTest panel;
-        PanelHost attached(panel.app.panel(), panel.app.updater(), PanelWindow::Presentation::Attached, 100ms);
+        PanelHost attached(panel.app.panel(), panel.app.updater(), PanelWindow::Presentation::NextToIcon, 100ms);
         QSignalSpy released(&attached, &PanelHost::released);
         attached.showNextTo(QRect());
         QVERIFY(QTest::qWaitForWindowActive(attached.window()));
@@ -686,7 +688,7 @@ private Q_SLOTS:
             if (QByteArray(label).startsWith("Se connecter"))
                 qunsetenv("AIRNOTE_MUSIC_USER_TOKEN");
             PanelUnderTest panel;
-            TrayIcon trayIcon(&panel.host, panel.app.authorization());
+            TrayIcon trayIcon(&panel.host, panel.app.authorization(), panel.app.fip(), TrayIcon::Host::xembed);
             QStringList labels;
             for (const QAction *action : trayIcon.contextMenu()->actions())
                 labels.append(action->text());
@@ -695,10 +697,24 @@ private Q_SLOTS:
         // Signing out would clear the real keychain, so only the sign-in is run;
         // without a developer token it ends at once, with no browser opened.
         PanelUnderTest panel;
-        TrayIcon trayIcon(&panel.host, panel.app.authorization());
+        TrayIcon trayIcon(&panel.host, panel.app.authorization(), panel.app.fip(), TrayIcon::Host::xembed);
         QSignalSpy finished(panel.app.authorization(), &MusicAuthorization::signInFinished);
         trayIcon.contextMenu()->actions().at(1)->trigger();
         QTRY_COMPARE(finished.size(), 1);
+    }
+
+    // An XEmbed tray that starts after us, then goes, is seen both times.
+    void xembedTrayIsFollowed()
+    {
+        XEmbedTrayWatcher watcher;
+        QVERIFY(!watcher.trayPresent());
+        QProcess trayer;
+        trayer.start(u"trayer"_s, {u"--edge"_s, u"bottom"_s, u"--transparent"_s, u"false"_s});
+        QVERIFY2(trayer.waitForStarted(), "trayer is missing (scripts/install-deps)");
+        QTRY_VERIFY_WITH_TIMEOUT(watcher.trayPresent(), 10000);
+        trayer.kill();
+        trayer.waitForFinished();
+        QTRY_VERIFY_WITH_TIMEOUT(!watcher.trayPresent(), 10000);
     }
 };
 
