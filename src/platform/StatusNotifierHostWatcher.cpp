@@ -47,6 +47,9 @@ StatusNotifierHostWatcher::StatusNotifierHostWatcher(QDBusConnection bus, QObjec
     // A watcher may run before its host registers (or after it leaves): the property tells, the signals say when.
     for (const char *signal : {"StatusNotifierHostRegistered", "StatusNotifierHostUnregistered"})
         m_bus.connect(watcherService, watcherPath, watcherService, QString::fromLatin1(signal), this, SLOT(recheck()));
+    // A bus that dies takes the host's view of our icon with it; libdbus says so with a local signal.
+    m_bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"), QStringLiteral("org.freedesktop.DBus.Local"),
+                  QStringLiteral("Disconnected"), this, SLOT(forgetHost()));
     // Asked once before the first window, so that a desktop with a tray never flashes one.
     m_hostRegistered = hostRegisteredIn(m_bus.call(hostQuery(), QDBus::Block, 2000));
 }
@@ -63,6 +66,11 @@ void StatusNotifierHostWatcher::recheck()
         call->deleteLater();
         setHostRegistered(hostRegisteredIn(call->reply()));
     });
+}
+
+void StatusNotifierHostWatcher::forgetHost()
+{
+    setHostRegistered(false);
 }
 
 void StatusNotifierHostWatcher::setHostRegistered(bool registered)

@@ -28,6 +28,7 @@ Q_SIGNALS:
 private Q_SLOTS:
     // String-based: QtDBus connects bus signals by name only.
     void recheck();
+    void forgetHost();
 
 private:
     void setHostRegistered(bool registered);

@@ -75,9 +75,12 @@ int main(int argc, char **argv)
     }
     zwlr_virtual_pointer_v1 *pointer = zwlr_virtual_pointer_manager_v1_create_virtual_pointer(manager, nullptr);
     settle(display);
-    zwlr_virtual_pointer_v1_motion_absolute(pointer, nowMs(), x, y, width, height);
-    zwlr_virtual_pointer_v1_frame(pointer);
-    settle(display);
+    // Arrive from a pixel away, so that the target sees the pointer enter, then move.
+    for (const uint32_t step : {1u, 0u}) {
+        zwlr_virtual_pointer_v1_motion_absolute(pointer, nowMs(), x + step, y + step, width, height);
+        zwlr_virtual_pointer_v1_frame(pointer);
+        settle(display);
+    }
     if (!none) {
         for (const uint32_t state : {WL_POINTER_BUTTON_STATE_PRESSED, WL_POINTER_BUTTON_STATE_RELEASED}) {
             zwlr_virtual_pointer_v1_button(pointer, nowMs(), button, state);
