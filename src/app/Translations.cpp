@@ -63,6 +63,11 @@ Translations::Translations(Language language)
 {
     const QString code = language == Language::french ? u"fr"_s : u"en"_s;
     QLocale::setDefault(QLocale(code));
+    // French needs its catalog too, for its plural forms. Both are in the program's resources.
+    if (m_ours.load(u":/i18n/airnote_"_s + code))
+        QCoreApplication::installTranslator(&m_ours);
+    else
+        qCWarning(uiLogger).noquote() << "The interface's catalog for" << code << "is missing from the resources";
     const QString folder = QLibraryInfo::path(QLibraryInfo::TranslationsPath);
     if (m_qt.load(u"qtbase_"_s + code, folder))
         QCoreApplication::installTranslator(&m_qt);

@@ -8,7 +8,7 @@
 
 namespace airnote {
 
-// The languages the interface speaks.
+// The interface's texts are written in French; English is their one translation.
 enum class Language { french, english };
 
 // French for a French locale, English for any other, read as GNU gettext reads
@@ -16,14 +16,15 @@ enum class Language { french, english };
 // LC_ALL, LC_MESSAGES and LANG.
 Language chooseLanguage(const QProcessEnvironment &environment = QProcessEnvironment::systemEnvironment());
 
-// While it lives, Qt's own messages (network errors among them) speak the
-// language, and it is the default locale. Needs the application object.
+// While it lives, the interface and Qt's own messages (network errors among
+// them) speak the language, and it is the default locale. Needs the application object.
 class Translations
 {
 public:
     explicit Translations(Language language);
 
 private:
+    QTranslator m_ours;
     QTranslator m_qt;
 };
 
