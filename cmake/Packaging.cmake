@@ -32,7 +32,8 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION sound)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 # Loaded at run time by the QML engine and the image readers, so dpkg-shlibdeps cannot see them;
-# QtQuick's own qmldir imports QtQml, which qml6-module-qtquick does not depend on.
+# QtQuick's own qmldir imports QtQml, which qml6-module-qtquick does not depend on. Qt's own
+# translations give its network errors in the listener's language.
 set(CPACK_DEBIAN_PACKAGE_DEPENDS
     qml6-module-qtqml
     qml6-module-qtquick
@@ -44,6 +45,7 @@ set(CPACK_DEBIAN_PACKAGE_DEPENDS
     qt6-image-formats-plugins
     libqt6svg6
     qt6-qpa-plugins
+    qt6-translations-l10n
     # Without it a Wayland session gets whatever X11 fallback happens to be installed.
     qt6-wayland)
 list(JOIN CPACK_DEBIAN_PACKAGE_DEPENDS ", " CPACK_DEBIAN_PACKAGE_DEPENDS)

@@ -3,6 +3,7 @@
 
 #include "app/AirnoteApp.h"
 #include "app/CommandLine.h"
+#include "app/Translations.h"
 #include "core/Endpoints.h"
 #include "core/Error.h"
 #include "platform/SingleInstance.h"
@@ -46,6 +47,7 @@ int main(int argc, char *argv[])
     }
 
     QApplication application(argc, argv);
+    const Translations translations(chooseLanguage());
     SingleInstance instance;
     const Action handedOver = options.action == Action::none ? Action::show : options.action;
     if (instance.sendToRunningInstance(actionName(handedOver)))

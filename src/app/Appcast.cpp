@@ -3,6 +3,7 @@
 
 #include "Appcast.h"
 
+#include <QCoreApplication>
 #include <QStringList>
 #include <QXmlStreamReader>
 
@@ -91,9 +92,10 @@ QList<AppcastItem> parseAppcast(const QByteArray &xml)
             items.append(readItem(reader));
     }
     if (reader.hasError()) {
-        throw AppcastError(QStringLiteral("flux de mises à jour illisible, ligne %1 : %2")
-                               .arg(reader.lineNumber())
-                               .arg(reader.errorString()));
+        throw AppcastError(
+            QCoreApplication::translate("airnote::Appcast", "flux de mises à jour illisible, ligne %1 : %2")
+                .arg(reader.lineNumber())
+                .arg(reader.errorString()));
     }
     return items;
 }

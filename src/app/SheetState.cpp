@@ -64,12 +64,12 @@ StatusKind::Kind SheetState::statusKind() const
 QString SheetState::title() const
 {
     return std::visit(Overloaded{
-                          [](const Searching &) { return QStringLiteral("Recherche dans Apple Music…"); },
+                          [](const Searching &) { return tr("Recherche dans Apple Music…"); },
                           [](const Preview &) { return QString(); },
-                          [](const Saving &) { return QStringLiteral("Sauvegarde…"); },
-                          [](const Success &) { return QStringLiteral("Sauvé dans Apple Music"); },
-                          [](const AlreadySaved &) { return QStringLiteral("Déjà sauvé récemment"); },
-                          [](const Failure &) { return QStringLiteral("Échec"); },
+                          [](const Saving &) { return tr("Sauvegarde…"); },
+                          [](const Success &) { return tr("Sauvé dans Apple Music"); },
+                          [](const AlreadySaved &) { return tr("Déjà sauvé récemment"); },
+                          [](const Failure &) { return tr("Échec"); },
                       },
                       m_value);
 }

@@ -6,6 +6,7 @@
 #include "music/CatalogMatch.h"
 #include "station/FIPTrack.h"
 
+#include <QCoreApplication>
 #include <QList>
 #include <QMetaType>
 #include <QString>
@@ -29,6 +30,7 @@ Q_ENUM_NS(Kind)
 class SheetState
 {
     Q_GADGET
+    Q_DECLARE_TR_FUNCTIONS(airnote::SheetState)
     // A StatusKind::Kind; declared int because Qt 6.4's QML cannot convert a
     // namespace's enum read from a value type ("Type error").
     Q_PROPERTY(int statusKind READ statusKind CONSTANT)

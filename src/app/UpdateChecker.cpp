@@ -50,11 +50,11 @@ QString UpdateChecker::message() const
     case State::Idle:
         return {};
     case State::Checking:
-        return QStringLiteral("Recherche d'une mise à jour…");
+        return tr("Recherche d'une mise à jour…");
     case State::UpToDate:
-        return QStringLiteral("Airnote est à jour");
+        return tr("Airnote est à jour");
     case State::UpdateAvailable:
-        return QStringLiteral("Airnote %1 est disponible (version installée : %2)")
+        return tr("Airnote %1 est disponible (version installée : %2)")
             .arg(m_latestVersion, m_runningVersion);
     case State::Failed:
         return m_errorText;
@@ -98,7 +98,7 @@ QCoro::Task<> UpdateChecker::check()
     if (m_state == State::Checking)
         co_return;
     if (m_feedURL.isEmpty()) {
-        fail(QStringLiteral("aucun flux de mises à jour n'est configuré"));
+        fail(tr("aucun flux de mises à jour n'est configuré"));
         co_return;
     }
     setResult(State::Checking);
@@ -113,7 +113,7 @@ QCoro::Task<> UpdateChecker::check()
         // The link goes to the desktop's handler, which opens any scheme: a file,
         // a script, a plain-http page someone on the way can rewrite.
         else if (newest->downloadURL.scheme() != QStringLiteral("https"))
-            fail(QStringLiteral("lien de téléchargement refusé (https seulement)"));
+            fail(tr("lien de téléchargement refusé (https seulement)"));
         else
             setResult(State::UpdateAvailable, newest->displayVersion(), newest->downloadURL);
     } catch (const Error &error) {
@@ -126,7 +126,7 @@ QCoro::Task<QByteArray> UpdateChecker::fetchFeed()
 {
     const WebResponse response = co_await m_web.send(WebRequest(QNetworkRequest(m_feedURL)));
     if (response.statusCode && !response.isSuccess())
-        throw NetworkError(QStringLiteral("le serveur a répondu HTTP %1").arg(*response.statusCode));
+        throw NetworkError(tr("le serveur a répondu HTTP %1").arg(*response.statusCode));
     co_return response.data;
 }
 
@@ -146,7 +146,7 @@ void UpdateChecker::setResult(State state, QString latestVersion, QUrl downloadU
 void UpdateChecker::fail(const QString &detail)
 {
     qCWarning(uiLogger).noquote() << "Update check failed:" << detail;
-    setResult(State::Failed, {}, {}, QStringLiteral("Vérification impossible : ") + detail);
+    setResult(State::Failed, {}, {}, tr("Vérification impossible : %1").arg(detail));
 }
 
 } // namespace airnote

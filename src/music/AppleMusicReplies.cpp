@@ -7,6 +7,7 @@
 #include "core/JsonFields.h"
 #include "music/ServiceError.h"
 
+#include <QCoreApplication>
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QStringDecoder>
@@ -61,7 +62,9 @@ QJsonDocument parsedJSON(const QByteArray &data)
     QJsonParseError parseError;
     QJsonDocument document = QJsonDocument::fromJson(data, &parseError);
     if (parseError.error != QJsonParseError::NoError)
-        throw JsonError(QStringLiteral("JSON illisible (%1, position %2)").arg(parseError.errorString()).arg(parseError.offset));
+        throw JsonError(QCoreApplication::translate("airnote::AppleMusicReplies", "JSON illisible (%1, position %2)")
+                            .arg(parseError.errorString())
+                            .arg(parseError.offset));
     return document;
 }
 

@@ -37,10 +37,8 @@ constexpr int userTokenRejectedStatus = 403;
 
 const QString playlistKey = QStringLiteral("fipPlaylistID");
 const QString playlistName = QStringLiteral("FIP");
-const QString playlistDescription = QStringLiteral("Capté depuis Radio France FIP via Airnote");
 const QString playlistsPath = QStringLiteral("/v1/me/library/playlists");
 const QString defaultStorefront = QStringLiteral("fr");
-const QString networkDetail = QStringLiteral("réseau : ");
 const QByteArray httpGet("GET");
 const QByteArray httpPost("POST");
 
@@ -72,10 +70,17 @@ QByteArray json(const QJsonObject &object)
     return QJsonDocument(object).toJson(QJsonDocument::Compact);
 }
 
+// The listener reads the description in Apple Music, in the language of the day the playlist was made.
 QByteArray playlistCreationBody()
 {
+    const QString description = AppleMusicService::tr("Capté depuis Radio France FIP via Airnote");
     return json({{QStringLiteral("attributes"),
-                  QJsonObject{{QStringLiteral("name"), playlistName}, {QStringLiteral("description"), playlistDescription}}}});
+                  QJsonObject{{QStringLiteral("name"), playlistName}, {QStringLiteral("description"), description}}}});
+}
+
+QString networkDetail(const QString &reason)
+{
+    return AppleMusicService::tr("réseau : %1").arg(reason);
 }
 
 QByteArray trackBody(const QString &songID)
@@ -155,7 +160,7 @@ QCoro::Task<QString> AppleMusicService::developerToken()
     try {
         reply = TokenResponse::decode(response.data);
     } catch (const JsonError &error) {
-        throw ServiceError::tokenFetchFailed(QStringLiteral("réponse invalide : ") + error.localizedDescription());
+        throw ServiceError::tokenFetchFailed(tr("réponse invalide : %1").arg(error.localizedDescription()));
     }
     const double lifetimeSeconds = std::max(static_cast<double>(reply.expiresIn - tokenSafetyMarginSeconds),
                                             static_cast<double>(minimumTokenLifetimeSeconds));
@@ -169,14 +174,14 @@ QCoro::Task<QString> AppleMusicService::developerToken()
 QCoro::Task<WebResponse> AppleMusicService::requestDeveloperToken()
 {
     if (m_configuration.tokenURL.isEmpty())
-        throw ServiceError::tokenFetchFailed(networkDetail + QStringLiteral("aucun serveur de jetons n'est configuré"));
+        throw ServiceError::tokenFetchFailed(networkDetail(tr("aucun serveur de jetons n'est configuré")));
     QNetworkRequest request(m_configuration.tokenURL);
     request.setRawHeader("Accept", "application/json");
     request.setTransferTimeout(static_cast<int>(m_configuration.requestTimeout.count()));
     try {
         co_return co_await m_web.send(WebRequest(request));
     } catch (const NetworkError &error) {
-        throw ServiceError::tokenFetchFailed(networkDetail + error.localizedDescription());
+        throw ServiceError::tokenFetchFailed(networkDetail(error.localizedDescription()));
     }
 }
 
@@ -246,7 +251,7 @@ QCoro::Task<QString> AppleMusicService::storefront()
     }
     const std::optional<QString> found = firstResourceID(reply);
     if (!found || !isSafePathSegment(*found))
-        throw JsonError(QStringLiteral("vitrine Apple Music illisible dans la réponse"));
+        throw JsonError(tr("vitrine Apple Music illisible dans la réponse"));
     m_storefront = found;
     co_return *found;
 }
@@ -288,8 +293,8 @@ QCoro::Task<QString> AppleMusicService::ensurePlaylist()
         const QString storedID = stored.toString();
         if (!isSafePathSegment(storedID)) {
             forgetPlaylist();
-            throw ConfigurationError(QStringLiteral("L'identifiant de playlist FIP enregistré était invalide ; "
-                                                    "il a été effacé, réessayez"));
+            throw ConfigurationError(tr("L'identifiant de playlist FIP enregistré était invalide ; "
+                                        "il a été effacé, réessayez"));
         }
         const WebResponse check = co_await sendAuthorized(apiRequest(playlistsPath + u'/' + storedID), httpGet);
         if (check.statusCode == 200)
@@ -367,7 +372,7 @@ QCoro::Task<QByteArray> AppleMusicService::sendValidated(QNetworkRequest request
 QString AppleMusicService::rememberPlaylist(QString playlistID)
 {
     if (!isSafePathSegment(playlistID))
-        throw JsonError(QStringLiteral("identifiant de playlist inattendu dans la réponse d'Apple Music"));
+        throw JsonError(tr("identifiant de playlist inattendu dans la réponse d'Apple Music"));
     m_settings->setValue(playlistKey, playlistID);
     m_settings->sync();
     return playlistID;

@@ -15,38 +15,38 @@ ServiceError::ServiceError(Kind kind, QString message, QString detail, int statu
 
 ServiceError ServiceError::tokenFetchFailed(QString detail)
 {
-    return ServiceError(Kind::tokenFetchFailed, QStringLiteral("Token Apple Music indisponible : ") + detail, detail);
+    return ServiceError(Kind::tokenFetchFailed, tr("Token Apple Music indisponible : %1").arg(detail), detail);
 }
 
 ServiceError ServiceError::apiError(int status, QString body)
 {
-    return ServiceError(Kind::apiError,
-                        QStringLiteral("API Apple Music erreur %1 : ").arg(status) + body, body, status);
+    return ServiceError(Kind::apiError, tr("API Apple Music erreur %1 : %2").arg(QString::number(status), body), body,
+                        status);
 }
 
 ServiceError ServiceError::addFailed(QString detail)
 {
-    return ServiceError(Kind::addFailed, QStringLiteral("Ajout impossible : ") + detail, detail);
+    return ServiceError(Kind::addFailed, tr("Ajout impossible : %1").arg(detail), detail);
 }
 
 ServiceError ServiceError::notAuthorized()
 {
-    return ServiceError(Kind::notAuthorized, QStringLiteral("Apple Music non autorisé"));
+    return ServiceError(Kind::notAuthorized, tr("Apple Music non autorisé"));
 }
 
 ServiceError ServiceError::noSubscription()
 {
-    return ServiceError(Kind::noSubscription, QStringLiteral("Abonnement Apple Music requis"));
+    return ServiceError(Kind::noSubscription, tr("Abonnement Apple Music requis"));
 }
 
 ServiceError ServiceError::noMatch()
 {
-    return ServiceError(Kind::noMatch, QStringLiteral("Aucune correspondance trouvée"));
+    return ServiceError(Kind::noMatch, tr("Aucune correspondance trouvée"));
 }
 
 ServiceError ServiceError::playlistCreateFailed()
 {
-    return ServiceError(Kind::playlistCreateFailed, QStringLiteral("Impossible de créer la playlist FIP"));
+    return ServiceError(Kind::playlistCreateFailed, tr("Impossible de créer la playlist FIP"));
 }
 
 ServiceError::Kind ServiceError::kind() const

@@ -5,12 +5,16 @@
 
 #include "core/Error.h"
 
+#include <QCoreApplication>
+
 namespace airnote {
 
-// The Apple Music service's own failures, each with the French message the
-// listener sees.
+// The Apple Music service's own failures, each with the message the listener
+// sees, in the interface's language.
 class ServiceError : public Error
 {
+    Q_DECLARE_TR_FUNCTIONS(airnote::ServiceError)
+
 public:
     enum class Kind { tokenFetchFailed, apiError, addFailed, notAuthorized, noSubscription, noMatch, playlistCreateFailed };
 

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QCoreApplication>
 #include <QString>
 
 namespace airnote {
@@ -17,6 +18,8 @@ struct TokenResponse
     // Throws JsonError when the data is not JSON, not an object, or lacks a
     // string "token" or an integer "expiresIn". Other keys are ignored.
     static TokenResponse decode(const QByteArray &data);
+
+    Q_DECLARE_TR_FUNCTIONS(airnote::TokenResponse)
 };
 
 } // namespace airnote

@@ -44,7 +44,7 @@ QHttpServerResponse refuse(StatusCode status, const char *reason)
 {
     qCInfo(musicLogger, "Sign-in request refused: %s", reason);
     return QHttpServerResponse(QByteArrayLiteral("text/plain; charset=utf-8"),
-                               QStringLiteral("Requête refusée.").toUtf8(), status);
+                               SignInServer::tr("Requête refusée.").toUtf8(), status);
 }
 
 // JSON that can sit inside a <script> element: '<' could close it, and the
@@ -201,13 +201,30 @@ QByteArray SignInServer::renderPage(const QByteArray &nonce) const
 {
     QFile templateFile(QStringLiteral(":/airnote/signin.html"));
     templateFile.open(QIODevice::ReadOnly);
+    const QString signingIn = tr("Connexion à Apple Music…");
+    // What the page's script shows as the sign-in goes on; "%1" is filled in there.
+    const QJsonObject texts{
+        {QStringLiteral("signingIn"), signingIn},
+        {QStringLiteral("consent"), tr("Autorisez Airnote à ajouter des morceaux à votre bibliothèque Apple Music.")},
+        {QStringLiteral("connected"), tr("Connecté. Vous pouvez fermer cet onglet.")},
+        {QStringLiteral("declined"), tr("Connexion refusée.")},
+        {QStringLiteral("error"), tr("Erreur : %1")},
+        {QStringLiteral("answerRefused"), tr("Airnote a refusé la réponse (%1).")},
+        {QStringLiteral("musicKitMissing"), tr("MusicKit n'a pas pu être chargé. Vérifiez la connexion à Internet.")},
+    };
     const QJsonObject configuration{
         {QStringLiteral("developerToken"), m_developerToken},
         {QStringLiteral("state"), m_state},
         {QStringLiteral("build"), QCoreApplication::applicationVersion()},
+        {QStringLiteral("texts"), texts},
     };
+    const auto html = [](const QString &text) { return text.toHtmlEscaped().toUtf8(); };
     // The configuration goes in last so nothing in the token is taken for a placeholder.
     return templateFile.readAll()
+        .replace("{{language}}", html(tr("fr", "the language code of the sign-in page")))
+        .replace("{{title}}", html(tr("Airnote – Connexion à Apple Music")))
+        .replace("{{signingIn}}", html(signingIn))
+        .replace("{{signIn}}", html(tr("Se connecter à Apple Music")))
         .replace("{{scriptNonce}}", nonce)
         .replace("{{configuration}}", scriptSafeJson(configuration));
 }

@@ -116,20 +116,20 @@ QNetworkReply *WebSession::start(QNetworkAccessManager *manager, const WebReques
         if (mayFollowRedirect(original, reply->url(), to, credentials))
             Q_EMIT reply->redirectAllowed();
         else
-            refuse(reply, u"redirection refusée vers %1"_s.arg(origin(to)));
+            refuse(reply, tr("redirection refusée vers %1").arg(origin(to)));
     });
 
     const qint64 cap = request.kind == WebRequest::Kind::image ? imageCap : documentCap;
     QObject::connect(reply, &QNetworkReply::downloadProgress, reply, [reply, cap](qint64 received, qint64 total) {
         if (received > cap || total > cap)
-            refuse(reply, u"réponse trop volumineuse : plus de %1 Mo"_s.arg(cap / (1024 * 1024)));
+            refuse(reply, tr("réponse trop volumineuse : plus de %1 Mo").arg(cap / (1024 * 1024)));
     });
 
     const std::chrono::milliseconds deadline = deadlineOf(policed, *manager);
     auto *timer = new QTimer(reply);
     timer->setSingleShot(true);
     QObject::connect(timer, &QTimer::timeout, reply, [reply, deadline] {
-        refuse(reply, u"délai dépassé : réponse incomplète après %1 s"_s.arg(deadline.count() / 1000.0));
+        refuse(reply, tr("délai dépassé : réponse incomplète après %1 s").arg(deadline.count() / 1000.0));
     });
     QObject::connect(reply, &QNetworkReply::finished, timer, &QTimer::stop);
     timer->start(deadline);

@@ -42,7 +42,7 @@ Item {
             Layout.fillWidth: true
 
             Label {
-                text: "Historique"
+                text: qsTr("Historique")
                 font: Theme.headline
                 color: Theme.primary
             }
@@ -51,7 +51,7 @@ Item {
             }
             PlainButton {
                 objectName: "closeButton"
-                text: "Fermer"
+                text: qsTr("Fermer")
                 onClicked: view.close()
             }
         }
@@ -61,7 +61,7 @@ Item {
         DimmedMessage {
             objectName: "emptyMessage"
             visible: view.history.count === 0
-            text: "Aucune capture pour l'instant."
+            text: qsTr("Aucune capture pour l'instant.")
         }
 
         ListView {

@@ -48,7 +48,7 @@ Item {
                 implicitHeight: 18
             }
             Label {
-                text: "FIP — en ce moment"
+                text: qsTr("FIP — en ce moment")
                 font: Theme.headline
                 color: Theme.primary
             }
@@ -62,7 +62,7 @@ Item {
                 padding: 0
                 implicitWidth: 16
                 implicitHeight: 16
-                ToolTip.text: "Mise à jour…"
+                ToolTip.text: qsTr("Mise à jour…")
                 ToolTip.visible: fetchingHover.hovered
                 HoverHandler {
                     id: fetchingHover
@@ -75,7 +75,7 @@ Item {
                 color: Theme.orange
                 implicitWidth: 16
                 implicitHeight: 16
-                ToolTip.text: "FIP injoignable"
+                ToolTip.text: qsTr("FIP injoignable")
                 ToolTip.visible: warningHover.hovered
                 HoverHandler {
                     id: warningHover
@@ -144,7 +144,7 @@ Item {
             visible: view.showsMusic
             enabled: view.showsMusic
             Layout.alignment: Qt.AlignHCenter
-            text: "Sauver dans Apple Music"
+            text: qsTr("Sauver dans Apple Music")
             iconName: "plus-circle-fill"
             topPadding: 7
             bottomPadding: 7
@@ -156,13 +156,13 @@ Item {
         DimmedMessage {
             objectName: "loadingMessage"
             visible: !view.station.hasCurrent
-            text: "Chargement…"
+            text: qsTr("Chargement…")
         }
 
         DimmedMessage {
             objectName: "noMusicMessage"
             visible: view.station.hasCurrent && !view.station.current.isMusicTrack
-            text: "Pas de musique en ce moment"
+            text: qsTr("Pas de musique en ce moment")
         }
 
         Divider {}
@@ -173,13 +173,13 @@ Item {
 
             FooterButton {
                 objectName: "historyButton"
-                text: "Historique…"
+                text: qsTr("Historique…")
                 onClicked: view.showHistory()
             }
             FooterButton {
                 objectName: "updatesButton"
                 visible: view.offersUpdateCheck
-                text: "Vérifier les màj"
+                text: qsTr("Vérifier les màj")
                 onClicked: view.checkForUpdates()
             }
             Item {
@@ -187,7 +187,7 @@ Item {
             }
             FooterButton {
                 objectName: "quitButton"
-                text: "Quitter"
+                text: qsTr("Quitter")
                 onClicked: view.quit()
             }
         }

@@ -43,7 +43,7 @@ Control {
 
     component CancelButton: Button {
         objectName: "cancelButton"
-        text: "Annuler"
+        text: qsTr("Annuler")
         font: Theme.body
         onClicked: sheet.cancel()
     }
@@ -156,7 +156,7 @@ Control {
         spacing: 12
 
         Label {
-            text: "Confirmer la sauvegarde"
+            text: qsTr("Confirmer la sauvegarde")
             font: Theme.headline
             color: Theme.primary
         }
@@ -165,8 +165,9 @@ Control {
             objectName: "summary"
             visible: sheet.matches.length > 0
             Layout.fillWidth: true
-            text: "FIP : " + sheet.fipArtist + " — " + sheet.fipTitle + "  ·  " + sheet.matches.length
-                  + " résultat" + (sheet.matches.length >= 2 ? "s" : "")
+            // One arg() each, so nothing in the station's text is taken for a placeholder.
+            text: qsTr("FIP : %1").arg(sheet.fipArtist + " — " + sheet.fipTitle) + "  ·  "
+                  + qsTr("%n résultat(s)", "", sheet.matches.length)
             font: Theme.caption
             color: Theme.secondary
             wrapMode: Text.Wrap
@@ -193,7 +194,7 @@ Control {
             }
             ProminentButton {
                 objectName: "confirmButton"
-                text: "Confirmer"
+                text: qsTr("Confirmer")
                 enabled: sheet.hasSelection
                 onClicked: sheet.confirm(sheet.selectedID)
             }
@@ -206,14 +207,14 @@ Control {
             spacing: 8
 
             Label {
-                text: "Pas trouvé dans Apple Music"
+                text: qsTr("Pas trouvé dans Apple Music")
                 font: Theme.body
                 color: Theme.primary
             }
             PlainLabel {
                 objectName: "fipLine"
                 Layout.fillWidth: true
-                text: "FIP joue : " + sheet.fipArtist + " — " + sheet.fipTitle
+                text: qsTr("FIP joue : %1").arg(sheet.fipArtist + " — " + sheet.fipTitle)
                 font: Theme.caption
                 color: Theme.secondary
                 wrapMode: Text.Wrap
@@ -228,7 +229,7 @@ Control {
                 }
                 ProminentButton {
                     objectName: "logForLaterButton"
-                    text: "Logger pour plus tard"
+                    text: qsTr("Logger pour plus tard")
                     onClicked: sheet.logForLater()
                 }
             }

@@ -13,28 +13,22 @@ constexpr qint64 day = 24 * hour;
 constexpr qint64 month = 30 * day;
 constexpr qint64 year = 365 * day;
 
-QString ago(qint64 count, const QString &unit)
-{
-    return QStringLiteral("il y a %1 %2").arg(count).arg(unit);
-}
-
 } // namespace
 
 QString RelativeTime::since(const QDateTime &moment, const QDateTime &now)
 {
     const qint64 seconds = moment.secsTo(now);
     if (seconds < minute)
-        return QStringLiteral("à l'instant");
+        return tr("à l'instant");
     if (seconds < hour)
-        return ago(seconds / minute, QStringLiteral("min"));
+        return tr("il y a %n min", nullptr, int(seconds / minute));
     if (seconds < day)
-        return ago(seconds / hour, QStringLiteral("h"));
+        return tr("il y a %n h", nullptr, int(seconds / hour));
     if (seconds < month)
-        return ago(seconds / day, QStringLiteral("j"));
+        return tr("il y a %n j", nullptr, int(seconds / day));
     if (seconds < year)
-        return ago(seconds / month, QStringLiteral("mois"));
-    const qint64 years = seconds / year;
-    return ago(years, years == 1 ? QStringLiteral("an") : QStringLiteral("ans"));
+        return tr("il y a %n mois", nullptr, int(seconds / month));
+    return tr("il y a %n an(s)", nullptr, int(seconds / year));
 }
 
 } // namespace airnote

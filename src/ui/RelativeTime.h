@@ -10,7 +10,7 @@
 
 namespace airnote {
 
-// The time elapsed since a moment, as the history list shows it in French:
+// The time elapsed since a moment, as the history list shows it:
 // "à l'instant", "il y a 3 min", "il y a 2 h", "il y a 5 j", "il y a 4 mois", "il y a 2 ans".
 class RelativeTime : public QObject
 {

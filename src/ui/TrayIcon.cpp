@@ -29,10 +29,10 @@ TrayIcon::TrayIcon(PanelHost *panel, MusicAuthorization *authorization, FIPMetad
     showTrackOnAir();
     connect(m_station, &FIPMetadataService::currentChanged, this, &TrayIcon::showTrackOnAir);
 
-    m_menu.addAction(QStringLiteral("Ouvrir"), panel, [this] { m_panel->showNextTo(geometry()); });
+    m_menu.addAction(tr("Ouvrir"), panel, [this] { m_panel->showNextTo(geometry()); });
     m_accountAction = m_menu.addAction(QString(), this, &TrayIcon::signInOrOut);
     m_menu.addSeparator();
-    m_menu.addAction(QStringLiteral("Quitter"), QCoreApplication::instance(), &QCoreApplication::quit);
+    m_menu.addAction(tr("Quitter"), QCoreApplication::instance(), &QCoreApplication::quit);
     setContextMenu(&m_menu);
     showAuthorization();
     connect(m_authorization, &MusicAuthorization::statusChanged, this, &TrayIcon::showAuthorization);
@@ -65,7 +65,7 @@ void TrayIcon::onActivated(QSystemTrayIcon::ActivationReason reason)
 void TrayIcon::showAuthorization()
 {
     const bool authorized = m_authorization->currentStatus() == MusicAuthorization::Status::authorized;
-    m_accountAction->setText(authorized ? QStringLiteral("Se déconnecter") : QStringLiteral("Se connecter à Apple Music"));
+    m_accountAction->setText(authorized ? tr("Se déconnecter") : tr("Se connecter à Apple Music"));
 }
 
 void TrayIcon::showTrackOnAir()

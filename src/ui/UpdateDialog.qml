@@ -54,7 +54,7 @@ Window {
                     objectName: "downloadLink"
                     // Only an available update carries a download address.
                     visible: dialog.updater.state === UpdateChecker.UpdateAvailable
-                    text: "Télécharger"
+                    text: qsTr("Télécharger")
                     font: Qt.font({ family: Theme.body.family, pointSize: Theme.body.pointSize, underline: true })
                     textColor: Theme.accent
                     onClicked: Qt.openUrlExternally(dialog.updater.downloadURL)
@@ -64,7 +64,7 @@ Window {
                 }
                 ProminentButton {
                     objectName: "okButton"
-                    text: "OK"
+                    text: qsTr("OK")
                     onClicked: dialog.close()
                 }
             }

@@ -3,6 +3,7 @@
 
 #include "app/AirnoteApp.h"
 #include "app/CommandLine.h"
+#include "app/Translations.h"
 #include "music/AppleMusicService.h"
 #include "station/FIPMetadataService.h"
 #include "fakes/FakeAppleMusic.h"
@@ -289,6 +290,34 @@ private Q_SLOTS:
         QCOMPARE(options.action, action);
         QCOMPARE(options.windowed, windowed);
         QCOMPARE(actionFromName(actionName(action)), action);
+    }
+
+    void choosesTheLanguage_data()
+    {
+        QTest::addColumn<QStringList>("environment");
+        QTest::addColumn<Language>("language");
+        QTest::newRow("LANGUAGE passes over a language without texts")
+            << QStringList{u"LANGUAGE=de:fr"_s, u"LANG=de_DE.UTF-8"_s} << Language::french;
+        QTest::newRow("LANGUAGE's first choice wins") << QStringList{u"LANGUAGE=en:fr"_s, u"LANG=fr_FR.UTF-8"_s} << Language::english;
+        QTest::newRow("LANGUAGE set aside in the C locale") << QStringList{u"LANGUAGE=fr"_s, u"LC_ALL=C"_s} << Language::english;
+        QTest::newRow("LANGUAGE set aside without a locale") << QStringList{u"LANGUAGE=fr"_s} << Language::english;
+        QTest::newRow("LC_MESSAGES before LANG") << QStringList{u"LC_MESSAGES=fr_CA.UTF-8"_s, u"LANG=en_US.UTF-8"_s}
+                                                 << Language::french;
+        QTest::newRow("LC_ALL before LC_MESSAGES") << QStringList{u"LC_ALL=en_GB.UTF-8"_s, u"LC_MESSAGES=fr_FR.UTF-8"_s}
+                                                   << Language::english;
+        QTest::newRow("North Frisian is not French") << QStringList{u"LANG=frr_DE.UTF-8"_s} << Language::english;
+        QTest::newRow("another language") << QStringList{u"LANG=pt_BR.UTF-8"_s} << Language::english;
+        QTest::newRow("nothing set") << QStringList{} << Language::english;
+    }
+
+    void choosesTheLanguage()
+    {
+        QFETCH(QStringList, environment);
+        QFETCH(Language, language);
+        QProcessEnvironment variables;
+        for (const QString &variable : environment)
+            variables.insert(variable.section(u'=', 0, 0), variable.section(u'=', 1));
+        QCOMPARE(chooseLanguage(variables), language);
     }
 };
 

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 
 #include "app/AirnoteApp.h"
+#include "app/Translations.h"
 #include "app/UpdateChecker.h"
 #include "fakes/FakeAppleMusic.h"
 #include "fakes/LoopbackHttpServer.h"
@@ -27,6 +28,7 @@
 #include <QMenu>
 #include <QMetaEnum>
 #include <QNetworkAccessManager>
+#include <QPointer>
 #include <QProcess>
 #include <QQuickItem>
 #include <QSignalSpy>
@@ -38,6 +40,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <optional>
 
 Q_IMPORT_QML_PLUGIN(Airnote_UIPlugin)
 
@@ -251,6 +254,7 @@ class UiTest : public QObject
     QByteArray m_cover;
     QByteArray m_artwork;
     std::unique_ptr<FakeAppleMusic> m_music;
+    std::optional<Translations> m_language;
 
     // Replies to the station requests in order, the last one repeating.
     void serveStation(const QStringList &script)
@@ -303,6 +307,8 @@ private Q_SLOTS:
 
     void init()
     {
+        // The texts the tests look for are the French ones, plural forms included.
+        m_language.emplace(Language::french);
         m_server.clearRequests();
         serveStation({u"live"_s});
         m_music = std::make_unique<FakeAppleMusic>();
@@ -680,6 +686,66 @@ private Q_SLOTS:
         saveScreenshot(dialog->grabWindow());
         click(*dialog, itemNamed(dialog->contentItem(), u"okButton"_s));
         QTRY_VERIFY(!dialog->isVisible());
+    }
+
+    // The faces in each language, with screenshots side by side. A token server that refuses
+    // the connection is told in Qt's words for it, in the interface's language too.
+    void speaksTheChosenLanguage_data()
+    {
+        QTest::addColumn<Language>("language");
+        QTest::addColumn<QString>("face");
+        QTest::addColumn<QStringList>("texts");
+
+        const Language en = Language::english;
+        const Language fr = Language::french;
+        QTest::newRow("now playing, English") << en << "nowPlaying"
+                                              << QStringList{"FIP — now playing", "Save to Apple Music", "History…", "Quit"};
+        QTest::newRow("now playing, French") << fr << "nowPlaying" << QStringList{
+            "FIP — en ce moment", "Sauver dans Apple Music", "Historique…", "Quitter"};
+        QTest::newRow("preview, English") << en << "preview-" << QStringList{
+            "Confirm save", "FIP: Mira & Sol — Harbour Lights  ·  3 results", "Cancel", "Confirm"};
+        QTest::newRow("preview, French") << fr << "preview-" << QStringList{
+            "Confirmer la sauvegarde", "FIP : Mira & Sol — Harbour Lights  ·  3 résultats", "Annuler", "Confirmer"};
+        QTest::newRow("history, English") << en << "history" << QStringList{
+            "History", "Close", "just now", "5 min. ago", "3 hr. ago", "1 day ago", "2 yr. ago"};
+        QTest::newRow("history, French") << fr << "history" << QStringList{
+            "Historique", "Fermer", "à l'instant", "il y a 5 min", "il y a 3 h", "il y a 1 j", "il y a 2 ans"};
+        QTest::newRow("refused connection, English") << en << "failure-" << QStringList{
+            "Failed", "Apple Music token unavailable: network: Connection refused"};
+        QTest::newRow("refused connection, French") << fr << "failure-" << QStringList{
+            "Échec", "Token Apple Music indisponible : réseau : Connexion refusée"};
+    }
+
+    void speaksTheChosenLanguage()
+    {
+        QFETCH(Language, language);
+        QFETCH(QString, face);
+        QFETCH(QStringList, texts);
+
+        m_language.emplace(language);
+        using Status = CaptureRecord::Status;
+        const QJsonArray history{
+            record(u"Blue Hour"_s, Status::saved, 2 * 365 * 86400 + 86400),
+            record(u"Tides"_s, Status::logged, 86400 + 60),
+            record(u"Lanterns"_s, Status::saveFailed, 3 * 3600 + 60),
+            record(u"Night Ferry"_s, Status::noMatch, 5 * 60 + 10),
+            record(u"Harbour Nights"_s, Status::saved, 20),
+        };
+        auto gone = std::make_unique<FakeAppleMusic>();
+        QVERIFY(gone->listen());
+        m_music->setCatalog(catalog(3));
+        PanelUnderTest panel(face == "failure-"_L1 ? gone.get() : m_music.get(), QJsonDocument(history).toJson());
+        gone.reset();  // its port now refuses connections
+        panel.app.workflow()->setHoldUnit(5s);
+        QVERIFY(panel.showAndPoll());
+        if (face != "nowPlaying"_L1)
+            QVERIFY(panel.clickOn(u"nowPlaying"_s, face == "history"_L1 ? u"historyButton"_s : u"saveButton"_s));
+        // The history's rows come as the file is read.
+        const QPointer<QQuickItem> shown = panel.settledFace(face);
+        QVERIFY(shown);
+        for (const QString &text : texts)
+            QTRY_VERIFY2(shown && showsText(shown, text), qPrintable(text));
+        saveScreenshot(panel.grab());
     }
 
     void trayMenuFollowsAuthorization()
