@@ -8,6 +8,7 @@
 #include "core/Error.h"
 #include "platform/SingleInstance.h"
 #include "platform/WakeSource.h"
+#include "station/Station.h"
 #include "ui/LaunchActions.h"
 #include "ui/PanelHost.h"
 #include "ui/TrayDock.h"
@@ -34,7 +35,7 @@ int main(int argc, char *argv[])
     QStringList arguments;
     for (int index = 0; index < argc; ++index)
         arguments.append(QString::fromLocal8Bit(argv[index]));
-    const LaunchOptions options = parseCommandLine(arguments);
+    LaunchOptions options = parseCommandLine(arguments);
     // Answered without a display or a session bus: a terminal, a script at logout.
     if (options.request != LaunchOptions::Request::run) {
         const QCoreApplication terminal(argc, argv);
@@ -42,15 +43,23 @@ int main(int argc, char *argv[])
     }
     if (options.action == Action::quit) {
         const QCoreApplication terminal(argc, argv);
-        SingleInstance().sendToRunningInstance(actionName(Action::quit));
+        SingleInstance().sendToRunningInstance(handoverMessage(options));
         return 0;
+    }
+
+    if (!options.station.isEmpty() && !stationWithKey(options.station)) {
+        std::fprintf(stderr, "airnote: unknown station \"%s\" (known: %s); following FIP\n",
+                     qUtf8Printable(options.station), qUtf8Printable(stationKeys()));
+        options.station = mainStation().key;
     }
 
     QApplication application(argc, argv);
     const Translations translations(chooseLanguage());
     SingleInstance instance;
-    const Action handedOver = options.action == Action::none ? Action::show : options.action;
-    if (instance.sendToRunningInstance(actionName(handedOver)))
+    LaunchOptions handedOver = options;
+    if (handedOver.action == Action::none)
+        handedOver.action = Action::show;
+    if (instance.sendToRunningInstance(handoverMessage(handedOver)))
         return 0;
 
     try {
@@ -64,7 +73,7 @@ int main(int argc, char *argv[])
         break;
     case SingleInstance::Claim::heldElsewhere:
         // Another start took the lock a moment before us: hand over once it listens.
-        if (instance.sendToRunningInstance(actionName(handedOver), std::chrono::seconds(5)))
+        if (instance.sendToRunningInstance(handoverMessage(handedOver), std::chrono::seconds(5)))
             return 0;
         std::fprintf(stderr, "airnote: another instance holds the lock but does not answer on %s\n",
                      qUtf8Printable(instance.socketName()));
@@ -85,11 +94,11 @@ int main(int argc, char *argv[])
     if (options.windowed)
         panel.showNextTo(QRect());
     else
-        dock = std::make_unique<TrayDock>(&panel, app.authorization(), app.fip());
+        dock = std::make_unique<TrayDock>(&panel, &app);
 
-    LaunchActions actions(app.panel(), app.workflow(), &panel, dock.get());
+    LaunchActions actions(&app, &panel, dock.get());
     QObject::connect(&instance, &SingleInstance::actionReceived, &actions,
-                     [&actions](const QString &action) { actions.perform(actionFromName(action)); });
-    actions.perform(options.action);
+                     [&actions](const QString &message) { actions.perform(fromHandoverMessage(message)); });
+    actions.perform(options);
     return application.exec();
 }

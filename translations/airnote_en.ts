@@ -19,10 +19,6 @@
 <context>
     <name>NowPlayingView</name>
     <message>
-        <source>FIP — en ce moment</source>
-        <translation>FIP — now playing</translation>
-    </message>
-    <message>
         <source>Mise à jour…</source>
         <translation>Updating…</translation>
     </message>
@@ -53,6 +49,14 @@
     <message>
         <source>Quitter</source>
         <translation>Quit</translation>
+    </message>
+    <message>
+        <source>%1 — en ce moment</source>
+        <translation>%1 — now playing</translation>
+    </message>
+    <message>
+        <source>Changer de station</source>
+        <translation>Change station</translation>
     </message>
 </context>
 <context>
@@ -325,6 +329,10 @@
     <message>
         <source>Se connecter à Apple Music</source>
         <translation>Sign in to Apple Music</translation>
+    </message>
+    <message>
+        <source>Station</source>
+        <translation>Station</translation>
     </message>
 </context>
 <context>

@@ -33,9 +33,10 @@ AirnoteApp::Services AirnoteApp::defaultServices(QNetworkAccessManager *session,
 AirnoteApp::AirnoteApp(Services services, QObject *parent)
     : QObject(parent)
     , m_services(std::move(services))
+    , m_stations(m_services.fip, m_services.settingsFile)
     , m_workflow(m_services.fip, m_services.music, m_services.store.get())
     , m_history(m_services.store.get())
-    , m_panel(m_services.fip, &m_workflow, &m_history, m_services.updater)
+    , m_panel(m_services.fip, &m_stations, &m_workflow, &m_history, m_services.updater)
 {
     for (QObject *service : std::initializer_list<QObject *>{m_services.fip, m_services.music,
                                                             m_services.authorization, m_services.updater}) {
@@ -76,6 +77,11 @@ UpdateChecker *AirnoteApp::updater() const
 SaveWorkflow *AirnoteApp::workflow()
 {
     return &m_workflow;
+}
+
+StationChoice *AirnoteApp::stations()
+{
+    return &m_stations;
 }
 
 HistoryModel *AirnoteApp::history()

@@ -6,6 +6,7 @@
 #include "app/HistoryModel.h"
 #include "app/PanelModel.h"
 #include "app/SaveWorkflow.h"
+#include "app/StationChoice.h"
 #include "history/CaptureStore.h"
 
 #include <QObject>
@@ -39,6 +40,7 @@ public:
         MusicAuthorization *authorization = nullptr;
         std::unique_ptr<CaptureStore> store;
         UpdateChecker *updater = nullptr;
+        QString settingsFile;  // empty: the user's Airnote.conf
     };
 
     // The program's real services over one HTTP session, from the process-wide endpoints.
@@ -54,6 +56,7 @@ public:
     CaptureStore *store() const;
     UpdateChecker *updater() const;
     SaveWorkflow *workflow();
+    StationChoice *stations();
     HistoryModel *history();
     PanelModel *panel();
 
@@ -64,6 +67,7 @@ private:
     QCoro::Task<> requestAuthorization();
 
     Services m_services;
+    StationChoice m_stations;
     SaveWorkflow m_workflow;
     HistoryModel m_history;
     PanelModel m_panel;

@@ -3,6 +3,8 @@
 
 #include "CommandLine.h"
 
+#include "station/Station.h"
+
 #include <QCommandLineParser>
 #include <QCoreApplication>
 
@@ -43,11 +45,14 @@ struct Parser
     QCommandLineOption history{QStringLiteral("history"), QStringLiteral("Open the capture history.")};
     QCommandLineOption quit{QStringLiteral("quit"), QStringLiteral("End the running program.")};
     QCommandLineOption windowed{QStringLiteral("windowed"), QStringLiteral("Show the panel in an ordinary window.")};
+    QCommandLineOption station{QStringLiteral("station"),
+                               QStringLiteral("Follow FIP or one of its webradios: %1.").arg(stationKeys()),
+                               QStringLiteral("name")};
 
     Parser()
     {
         parser.setApplicationDescription(QStringLiteral("Shows what FIP plays and keeps tracks in Apple Music."));
-        parser.addOptions({show, save, history, quit, windowed});
+        parser.addOptions({show, save, history, quit, windowed, station});
     }
 };
 
@@ -67,6 +72,7 @@ LaunchOptions parseCommandLine(const QStringList &arguments)
     else if (command.parser.isSet(command.version))
         options.request = LaunchOptions::Request::version;
     options.windowed = command.parser.isSet(command.windowed);
+    options.station = command.parser.value(command.station);
     // When several are given, the strongest wins: quitting beats acting.
     if (command.parser.isSet(command.quit))
         options.action = Action::quit;
@@ -99,22 +105,30 @@ int answerInTerminal(const LaunchOptions &options)
     return 0;
 }
 
-QString actionName(Action action)
+QString handoverMessage(const LaunchOptions &options)
 {
+    QString message = QStringLiteral("none");
     for (const auto &[value, name] : actionNames()) {
-        if (value == action)
-            return name;
+        if (value == options.action)
+            message = name;
     }
-    return QStringLiteral("none");
+    if (!options.station.isEmpty())
+        message += QStringLiteral(" station=") + options.station;
+    return message;
 }
 
-Action actionFromName(const QString &name)
+LaunchOptions fromHandoverMessage(const QString &message)
 {
-    for (const auto &[value, text] : actionNames()) {
-        if (name == text)
-            return value;
+    LaunchOptions options;
+    const QStringList words = message.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    for (const auto &[value, name] : actionNames()) {
+        if (words.value(0) == name)
+            options.action = value;
     }
-    return Action::none;
+    const QString stationPrefix = QStringLiteral("station=");
+    if (words.size() > 1 && words.at(1).startsWith(stationPrefix))
+        options.station = words.at(1).mid(stationPrefix.size());
+    return options;
 }
 
 } // namespace airnote

@@ -8,8 +8,8 @@
 
 namespace airnote {
 
-// What a start of the program asks for. A second start hands `action` to the
-// running instance; the first one performs it itself.
+// What a start of the program asks for. A second start hands `action` and
+// `station` to the running instance; the first one performs them itself.
 struct LaunchOptions
 {
     enum class Action { none, show, save, history, quit };
@@ -17,6 +17,7 @@ struct LaunchOptions
     enum class Request { run, help, version, misuse };
 
     Action action = Action::none;
+    QString station;  // a station's key, or empty to keep the one chosen
     bool windowed = false;
     Request request = Request::run;
     QString misuse;  // the parser's complaint, for Request::misuse
@@ -30,7 +31,8 @@ LaunchOptions parseCommandLine(const QStringList &arguments);
 // the exit status, 2 for a misuse. Needs a QCoreApplication for the usage line.
 int answerInTerminal(const LaunchOptions &options);
 
-QString actionName(LaunchOptions::Action action);
-LaunchOptions::Action actionFromName(const QString &name);
+// What a later start sends the running instance: the action and the station.
+QString handoverMessage(const LaunchOptions &options);
+LaunchOptions fromHandoverMessage(const QString &message);
 
 } // namespace airnote

@@ -11,10 +11,11 @@
 
 namespace airnote {
 
-PanelModel::PanelModel(FIPMetadataService *station, SaveWorkflow *workflow, HistoryModel *history,
-                       UpdateChecker *updater, QObject *parent)
+PanelModel::PanelModel(FIPMetadataService *station, StationChoice *stations, SaveWorkflow *workflow,
+                       HistoryModel *history, UpdateChecker *updater, QObject *parent)
     : QObject(parent)
     , m_station(station)
+    , m_stations(stations)
     , m_workflow(workflow)
     , m_history(history)
     , m_updater(updater)
@@ -26,6 +27,11 @@ PanelModel::PanelModel(FIPMetadataService *station, SaveWorkflow *workflow, Hist
 FIPMetadataService *PanelModel::station() const
 {
     return m_station;
+}
+
+StationChoice *PanelModel::stations() const
+{
+    return m_stations;
 }
 
 SaveWorkflow *PanelModel::workflow() const

@@ -11,6 +11,7 @@ namespace airnote {
 class FIPMetadataService;
 class HistoryModel;
 class SaveWorkflow;
+class StationChoice;
 class UpdateChecker;
 
 // What the panel shows: one face at a time, the history first, then the save
@@ -23,7 +24,9 @@ class PanelModel : public QObject
     Q_MOC_INCLUDE("app/HistoryModel.h")
     Q_MOC_INCLUDE("app/SaveWorkflow.h")
     Q_MOC_INCLUDE("station/FIPMetadataService.h")
+    Q_MOC_INCLUDE("app/StationChoice.h")
     Q_PROPERTY(airnote::FIPMetadataService *station READ station CONSTANT)
+    Q_PROPERTY(airnote::StationChoice *stations READ stations CONSTANT)
     Q_PROPERTY(airnote::SaveWorkflow *workflow READ workflow CONSTANT)
     Q_PROPERTY(airnote::HistoryModel *history READ history CONSTANT)
     Q_PROPERTY(Face face READ face NOTIFY faceChanged)
@@ -35,10 +38,11 @@ public:
     enum Face { NowPlaying, Preview, Status, History };
     Q_ENUM(Face)
 
-    PanelModel(FIPMetadataService *station, SaveWorkflow *workflow, HistoryModel *history, UpdateChecker *updater,
+    PanelModel(FIPMetadataService *station, StationChoice *stations, SaveWorkflow *workflow, HistoryModel *history, UpdateChecker *updater,
                QObject *parent = nullptr);
 
     FIPMetadataService *station() const;
+    StationChoice *stations() const;
     SaveWorkflow *workflow() const;
     HistoryModel *history() const;
     Face face() const;
@@ -63,6 +67,7 @@ private:
     void announceFace();
 
     FIPMetadataService *m_station;
+    StationChoice *m_stations;
     SaveWorkflow *m_workflow;
     HistoryModel *m_history;
     UpdateChecker *m_updater;

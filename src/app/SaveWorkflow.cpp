@@ -31,7 +31,8 @@ CaptureRecord newRecord(const FIPTrack &track, CaptureRecord::Status status,
 {
     return CaptureRecord(QUuid::createUuid(), QDateTime::currentDateTimeUtc(), track.artist, track.title, track.album,
                          chosen ? std::optional(chosen->song.id) : std::nullopt,
-                         chosen ? std::optional(chosen->confidence) : std::nullopt, status, std::move(errorMessage));
+                         chosen ? std::optional(chosen->confidence) : std::nullopt, status, std::move(errorMessage),
+                         track.webradio);
 }
 
 } // namespace

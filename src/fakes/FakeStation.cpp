@@ -99,7 +99,7 @@ bool FakeStation::listen()
 
 QUrl FakeStation::liveURL() const
 {
-    return m_server.url(QStringLiteral("/livemeta/live/7/webrf_fip_player"));
+    return m_server.url(QStringLiteral("/livemeta/live/%1/webrf_fip_player").arg(mainLiveId));
 }
 
 QUrl FakeStation::imageBase() const
@@ -122,9 +122,10 @@ qsizetype FakeStation::indexOnAir() const
     return slotOnAir() % m_programme.size();
 }
 
-QByteArray FakeStation::liveDocument() const
+QByteArray FakeStation::liveDocument(int liveId) const
 {
-    const qint64 slot = slotOnAir();
+    // Each webradio plays the same programme, a few items apart from FIP.
+    const qint64 slot = slotOnAir() + (liveId - mainLiveId);
     QJsonArray previous;
     if (slot > 0)
         previous.append(entry(slot - 1));
@@ -150,10 +151,11 @@ QImage FakeStation::coverImage(const QString &cover, QSize size)
 HttpReply FakeStation::handle(const HttpRequest &request)
 {
     static const QRegularExpression coverPath(QStringLiteral(R"(^/pikapi/images/([^/]+)/(\d{1,4})x(\d{1,4})$)"));
+    static const QRegularExpression livePath(QStringLiteral(R"(^/livemeta/live/(\d{1,4})/webrf_fip_player$)"));
     if (request.method != "GET")
         return HttpReply::text(405, "method not allowed");
-    if (request.path == liveURL().path())
-        return HttpReply::json(200, liveDocument());
+    if (const QRegularExpressionMatch live = livePath.match(request.path); live.hasMatch())
+        return HttpReply::json(200, liveDocument(live.captured(1).toInt()));
     const QRegularExpressionMatch cover = coverPath.match(request.path);
     const QSize size(cover.captured(2).toInt(), cover.captured(3).toInt());
     if (!cover.hasMatch() || size.isEmpty() || size.width() > largestCoverSide || size.height() > largestCoverSide)

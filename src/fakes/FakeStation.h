@@ -22,8 +22,9 @@
 
 namespace airnote::fakes {
 
-// FIP on loopback: the live document follows a programme that moves to its
-// next item every period, and covers are drawn on request as PNG images.
+// FIP and its webradios on loopback: the live documents follow a programme
+// that moves to its next item every period, and covers are drawn on request
+// as PNG images.
 class FakeStation : public QObject
 {
     Q_OBJECT
@@ -57,12 +58,15 @@ public:
 
     const QList<Item> &programme() const;
     qsizetype indexOnAir() const;
-    QByteArray liveDocument() const;
+    // FIP's by default; any other identifier is a webradio.
+    QByteArray liveDocument(int liveId = mainLiveId) const;
 
     // The same identifier always gives the same picture; no text is drawn.
     static QImage coverImage(const QString &cover, QSize size);
 
 private:
+    static constexpr int mainLiveId = 7;
+
     HttpReply handle(const HttpRequest &request);
     HttpReply coverReply(const QString &cover, QSize size);
     qint64 slotOnAir() const;

@@ -87,7 +87,8 @@ CaptureRecord::CaptureRecord(QUuid id,
                              std::optional<QString> appleSongID,
                              std::optional<double> confidence,
                              Status status,
-                             std::optional<QString> errorMessage)
+                             std::optional<QString> errorMessage,
+                             std::optional<QString> station)
     : m_id(id)
     // The file keeps whole seconds; truncating here keeps a record equal to its re-read self.
     , m_timestamp(QDateTime::fromSecsSinceEpoch(timestamp.toSecsSinceEpoch(), Qt::UTC))
@@ -98,6 +99,7 @@ CaptureRecord::CaptureRecord(QUuid id,
     , m_confidence(confidence)
     , m_status(status)
     , m_errorMessage(std::move(errorMessage))
+    , m_station(std::move(station))
 {
 }
 
@@ -147,7 +149,8 @@ CaptureRecord CaptureRecord::fromJson(const QJsonValue &value)
                          fields.optionalString("appleSongID"_L1),
                          fields.optionalNumber("confidence"_L1),
                          parseStatus(fields.string("status"_L1)),
-                         fields.optionalString("errorMessage"_L1));
+                         fields.optionalString("errorMessage"_L1),
+                         fields.optionalString("station"_L1));
 }
 
 } // namespace airnote

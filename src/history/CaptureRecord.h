@@ -29,7 +29,8 @@ public:
                   std::optional<QString> appleSongID,
                   std::optional<double> confidence,
                   Status status,
-                  std::optional<QString> errorMessage);
+                  std::optional<QString> errorMessage,
+                  std::optional<QString> station = std::nullopt);
 
     QUuid id() const { return m_id; }
     QString idText() const;
@@ -44,6 +45,8 @@ public:
     Status status() const { return m_status; }
     QString statusText() const;
     std::optional<QString> errorMessage() const { return m_errorMessage; }
+    // The webradio's name; none for FIP itself, as in records written before the webradios.
+    std::optional<QString> station() const { return m_station; }
 
     // Calls member(key, value) for each member of the JSON form, keys in
     // sorted order, absent fields left out; value is a QString or a double.
@@ -61,6 +64,8 @@ public:
         member(QLatin1StringView("fipArtist"), m_fipArtist);
         member(QLatin1StringView("fipTitle"), m_fipTitle);
         member(QLatin1StringView("id"), idText());
+        if (m_station)
+            member(QLatin1StringView("station"), *m_station);
         member(QLatin1StringView("status"), statusText());
         member(QLatin1StringView("timestamp"), timestampText());
     }
@@ -81,6 +86,7 @@ private:
     std::optional<double> m_confidence;
     Status m_status = Status::saved;
     std::optional<QString> m_errorMessage;
+    std::optional<QString> m_station;
 };
 
 } // namespace airnote

@@ -48,6 +48,7 @@ FIPMetadataService::FIPMetadataService(QNetworkAccessManager *session, WakeSourc
     : QObject(parent)
     , m_web(session)
     , m_wakeSource(wakeSource)
+    , m_mainDocumentURL(documentURL)
     , m_documentURL(std::move(documentURL))
 {
     connect(&m_wait, &CancellableWait::ended, this, &FIPMetadataService::isWaitingChanged);
@@ -108,6 +109,30 @@ void FIPMetadataService::start()
     runLoop();
 }
 
+void FIPMetadataService::follow(const Station &station)
+{
+    if (station == m_station)
+        return;
+    m_station = station;
+    m_documentURL = station.metadataURL(m_mainDocumentURL);
+    ++m_generation;
+    qCInfo(fipLogger).noquote() << "Following" << station.name;
+    if (m_current) {
+        m_current.reset();
+        Q_EMIT currentChanged();
+    }
+    publish(m_consecutiveFailures, 0, &FIPMetadataService::consecutiveFailuresChanged);
+    publish(m_isReachable, true, &FIPMetadataService::isReachableChanged);
+    // Both resume the loop, which then polls the new document.
+    m_web.abortAll();
+    m_wait.cancel();
+}
+
+const Station &FIPMetadataService::station() const
+{
+    return m_station;
+}
+
 void FIPMetadataService::cutWaitShort()
 {
     m_wait.cancel();
@@ -128,9 +153,12 @@ void FIPMetadataService::setWaitUnit(std::chrono::milliseconds unit)
 QCoro::Task<> FIPMetadataService::runLoop()
 {
     for (;;) {
+        const quint64 generation = m_generation;
         co_await poll();
         if (m_stopping)
             co_return;
+        if (generation != m_generation)
+            continue;
         const qint64 seconds = pollIntervalSeconds(m_consecutiveFailures);
         auto waiting = m_wait.wait(m_waitUnit * seconds);
         Q_EMIT isWaitingChanged();
@@ -144,21 +172,26 @@ QCoro::Task<> FIPMetadataService::runLoop()
 QCoro::Task<> FIPMetadataService::poll()
 {
     publish(m_isFetching, true, &FIPMetadataService::isFetchingChanged);
+    const quint64 generation = m_generation;
     try {
         const WebResponse response = co_await m_web.send(WebRequest(QNetworkRequest(m_documentURL)));
         if (m_stopping)
             co_return;
-        recordSuccess(trackFrom(response));
+        if (generation == m_generation)
+            recordSuccess(trackFrom(response));
     } catch (const Error &error) {
         if (m_stopping)
             co_return;
-        recordFailure(error);
+        if (generation == m_generation)
+            recordFailure(error);
     }
     publish(m_isFetching, false, &FIPMetadataService::isFetchingChanged);
 }
 
 void FIPMetadataService::recordSuccess(FIPTrack track)
 {
+    if (!m_station.isMain())
+        track.webradio = m_station.name;
     m_current = std::move(track);
     Q_EMIT currentChanged();
     publish(m_isReachable, true, &FIPMetadataService::isReachableChanged);

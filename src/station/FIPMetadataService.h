@@ -6,6 +6,7 @@
 #include "platform/WebSession.h"
 #include "station/CancellableWait.h"
 #include "station/FIPTrack.h"
+#include "station/Station.h"
 #include "station/StationPayload.h"
 
 #include "core/Coroutines.h"
@@ -54,6 +55,12 @@ public:
 
     // Idempotent: the first call polls at once and subscribes to the wake source.
     void start();
+    // From now on polls the station's document instead (documentURL given at
+    // construction is FIP's, beside which the webradios' sit). What was known
+    // belongs to the station left: the track, the failures; a started poller
+    // drops the answer in flight and polls the new station at once.
+    void follow(const Station &station);
+    const Station &station() const;
     // Ends the wait between two polls so the next poll runs now; no-op otherwise.
     Q_INVOKABLE void cutWaitShort();
     void handleWake();
@@ -81,7 +88,11 @@ private:
 
     WebSession m_web;
     QPointer<WakeSource> m_wakeSource;
+    const QUrl m_mainDocumentURL;
+    Station m_station = mainStation();
     QUrl m_documentURL;
+    // Counts station changes, so that a poll can tell its answer is for a station left behind.
+    quint64 m_generation = 0;
     std::optional<FIPTrack> m_current;
     bool m_isReachable = true;
     bool m_isFetching = false;

@@ -31,6 +31,8 @@ public:
     QDateTime startedAt;
     std::optional<QDateTime> endsAt;
     bool isMusicTrack = false;
+    // The webradio it plays on; none on FIP itself.
+    std::optional<QString> webradio;
 
     QString albumOrEmpty() const;
     QUrl artworkURLOrEmpty() const;

@@ -3,8 +3,7 @@
 
 #include "LaunchActions.h"
 
-#include "app/PanelModel.h"
-#include "app/SaveWorkflow.h"
+#include "app/AirnoteApp.h"
 #include "ui/PanelHost.h"
 #include "ui/TrayDock.h"
 
@@ -12,32 +11,32 @@
 
 namespace airnote {
 
-LaunchActions::LaunchActions(PanelModel *model, SaveWorkflow *workflow, PanelHost *panel, TrayDock *dock,
-                             QObject *parent)
+LaunchActions::LaunchActions(AirnoteApp *app, PanelHost *panel, TrayDock *dock, QObject *parent)
     : QObject(parent)
-    , m_model(model)
-    , m_workflow(workflow)
+    , m_app(app)
     , m_panel(panel)
     , m_dock(dock)
 {
 }
 
-void LaunchActions::perform(LaunchOptions::Action action)
+void LaunchActions::perform(const LaunchOptions &options)
 {
+    if (!options.station.isEmpty())
+        m_app->stations()->choose(options.station);
     using Action = LaunchOptions::Action;
-    switch (action) {
+    switch (options.action) {
     case Action::none:
         return;
     case Action::show:
         showPanel();
         return;
     case Action::history:
-        m_model->onShowHistory();
+        m_app->panel()->onShowHistory();
         showPanel();
         return;
     case Action::save:
         showPanel();
-        m_workflow->saveOnceTrackArrives();
+        m_app->workflow()->saveOnceTrackArrives();
         return;
     case Action::quit:
         QCoreApplication::quit();

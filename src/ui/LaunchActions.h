@@ -9,29 +9,27 @@
 
 namespace airnote {
 
+class AirnoteApp;
 class PanelHost;
-class PanelModel;
-class SaveWorkflow;
 class TrayDock;
 
-// Carries out what a start of the program asked for (--show, --save,
-// --history, --quit), whether from this process or handed over by a later one.
+// Carries out what a start of the program asked for (--station, then --show,
+// --save, --history or --quit), whether from this process or handed over by a
+// later one.
 class LaunchActions : public QObject
 {
     Q_OBJECT
 
 public:
     // dock is null when the panel is an ordinary window for the whole run.
-    LaunchActions(PanelModel *model, SaveWorkflow *workflow, PanelHost *panel, TrayDock *dock,
-                  QObject *parent = nullptr);
+    LaunchActions(AirnoteApp *app, PanelHost *panel, TrayDock *dock, QObject *parent = nullptr);
 
-    void perform(LaunchOptions::Action action);
+    void perform(const LaunchOptions &options);
 
 private:
     void showPanel();
 
-    PanelModel *m_model;
-    SaveWorkflow *m_workflow;
+    AirnoteApp *m_app;
     PanelHost *m_panel;
     TrayDock *m_dock;
 };

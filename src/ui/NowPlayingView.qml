@@ -11,6 +11,7 @@ Item {
     id: view
 
     required property FIPMetadataService station
+    required property StationChoice stations
     property bool offersUpdateCheck: true
     readonly property bool isShown: Window.window !== null && Window.window.visible
     readonly property bool showsMusic: station.hasCurrent && station.current.isMusicTrack
@@ -48,9 +49,25 @@ Item {
                 implicitHeight: 18
             }
             Label {
-                text: qsTr("FIP — en ce moment")
+                objectName: "stationHeader"
+                text: qsTr("%1 — en ce moment").arg(view.stations.name)
                 font: Theme.headline
                 color: Theme.primary
+            }
+            // Compact: the header already names the station; this only opens the list.
+            ComboBox {
+                objectName: "stationPicker"
+                model: view.stations.names
+                currentIndex: view.stations.index
+                displayText: ""
+                flat: true
+                implicitWidth: 26
+                implicitHeight: 22
+                Accessible.name: qsTr("Changer de station")
+                ToolTip.text: qsTr("Changer de station")
+                ToolTip.visible: hovered
+                ToolTip.delay: 500
+                onActivated: index => view.stations.onChoose(index)
             }
             Item {
                 Layout.fillWidth: true

@@ -98,6 +98,7 @@ Rectangle {
         FaceFrame {
             NowPlayingView {
                 station: panel.model.station
+                stations: panel.model.stations
                 onSave: panel.model.workflow.onSave()
                 onShowHistory: panel.model.onShowHistory()
                 onCheckForUpdates: panel.model.onCheckForUpdates()

@@ -7,6 +7,7 @@
 #include "app/PanelModel.h"
 #include "app/SaveWorkflow.h"
 #include "app/SheetState.h"
+#include "app/StationChoice.h"
 #include "app/UpdateChecker.h"
 #include "music/CatalogMatch.h"
 #include "music/Song.h"
@@ -34,6 +35,14 @@ struct SaveWorkflowType
     QML_FOREIGN(airnote::SaveWorkflow)
     QML_NAMED_ELEMENT(SaveWorkflow)
     QML_UNCREATABLE("The application owns the save workflow.")
+};
+
+struct StationChoiceType
+{
+    Q_GADGET
+    QML_FOREIGN(airnote::StationChoice)
+    QML_NAMED_ELEMENT(StationChoice)
+    QML_UNCREATABLE("The application owns the station choice.")
 };
 
 struct HistoryModelType

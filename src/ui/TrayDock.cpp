@@ -10,11 +10,10 @@
 
 namespace airnote {
 
-TrayDock::TrayDock(PanelHost *panel, MusicAuthorization *authorization, FIPMetadataService *station, QObject *parent)
+TrayDock::TrayDock(PanelHost *panel, AirnoteApp *app, QObject *parent)
     : QObject(parent)
     , m_panel(panel)
-    , m_authorization(authorization)
-    , m_station(station)
+    , m_app(app)
 {
     connect(&m_statusNotifierHost, &StatusNotifierHostWatcher::hostRegisteredChanged, this, &TrayDock::follow);
     connect(&m_xembedTray, &XEmbedTrayWatcher::trayPresentChanged, this, &TrayDock::follow);
@@ -51,7 +50,7 @@ void TrayDock::follow()
     if (present) {
         if (!m_icon) {
             m_boundHost = m_statusNotifierHost.hostRegistered() ? TrayIcon::Host::statusNotifier : TrayIcon::Host::xembed;
-            m_icon = std::make_unique<TrayIcon>(m_panel, m_authorization, m_station, *m_boundHost);
+            m_icon = std::make_unique<TrayIcon>(m_panel, m_app, *m_boundHost);
         }
         // Before the window goes, or its closing would end the program.
         QGuiApplication::setQuitOnLastWindowClosed(false);

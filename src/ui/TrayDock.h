@@ -15,8 +15,7 @@
 
 namespace airnote {
 
-class FIPMetadataService;
-class MusicAuthorization;
+class AirnoteApp;
 class PanelHost;
 
 // Keeps the listener a way in whatever the desktop's tray does: the icon in the
@@ -27,8 +26,7 @@ class TrayDock : public QObject
     Q_OBJECT
 
 public:
-    TrayDock(PanelHost *panel, MusicAuthorization *authorization, FIPMetadataService *station,
-             QObject *parent = nullptr);
+    TrayDock(PanelHost *panel, AirnoteApp *app, QObject *parent = nullptr);
     ~TrayDock() override;
 
     bool isDocked() const;
@@ -48,8 +46,7 @@ private:
     void follow();
 
     PanelHost *m_panel;
-    MusicAuthorization *m_authorization;
-    FIPMetadataService *m_station;
+    AirnoteApp *m_app;
     StatusNotifierHostWatcher m_statusNotifierHost;
     XEmbedTrayWatcher m_xembedTray;
     std::optional<TrayIcon::Host> m_boundHost;

@@ -5,9 +5,12 @@
 
 #include "PanelHost.h"
 #include "TintedIcon.h"
+#include "app/AirnoteApp.h"
+#include "app/StationChoice.h"
 #include "platform/MusicAuthorization.h"
 #include "station/FIPMetadataService.h"
 
+#include <QActionGroup>
 #include <QCoreApplication>
 #include <QPainter>
 #include <QTextDocument>
@@ -15,12 +18,12 @@
 
 namespace airnote {
 
-TrayIcon::TrayIcon(PanelHost *panel, MusicAuthorization *authorization, FIPMetadataService *station, Host host,
-                   QObject *parent)
+TrayIcon::TrayIcon(PanelHost *panel, AirnoteApp *app, Host host, QObject *parent)
     : QSystemTrayIcon(parent)
     , m_panel(panel)
-    , m_authorization(authorization)
-    , m_station(station)
+    , m_authorization(app->authorization())
+    , m_station(app->fip())
+    , m_stations(app->stations())
     , m_host(host)
 {
     // Hosts that know the installed symbolic icon recolour it to the panel;
@@ -30,6 +33,7 @@ TrayIcon::TrayIcon(PanelHost *panel, MusicAuthorization *authorization, FIPMetad
     connect(m_station, &FIPMetadataService::currentChanged, this, &TrayIcon::showTrackOnAir);
 
     m_menu.addAction(tr("Ouvrir"), panel, [this] { m_panel->showNextTo(geometry()); });
+    addStationMenu();
     m_accountAction = m_menu.addAction(QString(), this, &TrayIcon::signInOrOut);
     m_menu.addSeparator();
     m_menu.addAction(tr("Quitter"), QCoreApplication::instance(), &QCoreApplication::quit);
@@ -74,6 +78,22 @@ void TrayIcon::showTrackOnAir()
     const QString text = track ? QStringLiteral("%1 — %2").arg(track->title, track->artist) : QStringLiteral("Airnote");
     // The station's text shown as it is, whatever it holds.
     setToolTip(m_host == Host::statusNotifier ? text.toHtmlEscaped() : Qt::convertFromPlainText(text));
+}
+
+void TrayIcon::addStationMenu()
+{
+    QMenu *menu = m_menu.addMenu(tr("Station"));
+    auto *group = new QActionGroup(menu);
+    for (qsizetype index = 0; index < allStations().size(); ++index) {
+        QAction *action = menu->addAction(allStations().at(index).name, m_stations, [this, index] {
+            m_stations->onChoose(int(index));
+        });
+        action->setCheckable(true);
+        action->setActionGroup(group);
+    }
+    const auto showChoice = [group, this] { group->actions().at(m_stations->index())->setChecked(true); };
+    showChoice();
+    connect(m_stations, &StationChoice::changed, group, showChoice);
 }
 
 void TrayIcon::signInOrOut()

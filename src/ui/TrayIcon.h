@@ -8,13 +8,16 @@
 
 namespace airnote {
 
+class AirnoteApp;
 class FIPMetadataService;
 class MusicAuthorization;
 class PanelHost;
+class StationChoice;
 
 // The radio in the tray: a click opens or closes the panel next to it; a menu
-// offers the same for hosts that only open menus (GNOME's AppIndicator), and
-// the Apple Music sign-in or sign-out. Its tooltip names the track on air.
+// offers the same for hosts that only open menus (GNOME's AppIndicator), the
+// station to follow, and the Apple Music sign-in or sign-out. Its tooltip
+// names the track on air.
 class TrayIcon : public QSystemTrayIcon
 {
     Q_OBJECT
@@ -24,8 +27,7 @@ public:
     // as HTML or Pango, Qt's own XEmbed tooltip as rich text once it sees a tag.
     enum class Host { statusNotifier, xembed };
 
-    TrayIcon(PanelHost *panel, MusicAuthorization *authorization, FIPMetadataService *station, Host host,
-             QObject *parent = nullptr);
+    TrayIcon(PanelHost *panel, AirnoteApp *app, Host host, QObject *parent = nullptr);
 
     // The radio drawn light on a dark halo, readable on light and dark panels alike.
     static QImage glyph(QSize size);
@@ -35,10 +37,12 @@ private:
     void showAuthorization();
     void showTrackOnAir();
     void signInOrOut();
+    void addStationMenu();
 
     PanelHost *m_panel;
     MusicAuthorization *m_authorization;
     FIPMetadataService *m_station;
+    StationChoice *m_stations;
     Host m_host;
     QMenu m_menu;
     QAction *m_accountAction;

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 
 #include "app/AirnoteApp.h"
+#include "app/StationChoice.h"
 #include "app/CommandLine.h"
 #include "app/Translations.h"
 #include "music/AppleMusicService.h"
@@ -19,6 +20,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QNetworkAccessManager>
+#include <QSettings>
 #include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -167,12 +169,15 @@ private Q_SLOTS:
         QTest::addColumn<QString>("shown");  // a face key on the way
         QTest::addColumn<QString>("recorded");  // the record's status, empty for none
         QTest::addColumn<QString>("logged");
+        QTest::addColumn<QString>("station");  // its key, followed before the save; FIP when empty
         QTest::newRow("search fails") << u"Harbour Lights"_s << u"Mira & Sol"_s << int(Endpoint::catalogSearch) << QString()
-                                      << u"failure-"_s + failure << QString() << u"Search failed: "_s + failure;
+                                      << u"failure-"_s + failure << QString() << u"Search failed: "_s + failure << QString();
         QTest::newRow("addition fails") << u"Harbour Lights"_s << u"Mira & Sol"_s << int(Endpoint::libraryAddition) << u"confirm"_s
-                                        << u"failure-"_s + failure << u"save_failed"_s << u"Save failed: "_s + failure;
-        QTest::newRow("logged for later") << u"Unknown Song"_s << u"Nobody"_s << -1 << u"log"_s
-                                          << u"already-Unknown Song-Nobody"_s << u"no_match"_s << QString();
+                                        << u"failure-"_s + failure << u"save_failed"_s << u"Save failed: "_s + failure
+                                        << u"fip"_s;
+        QTest::newRow("logged for later, on a webradio") << u"Unknown Song"_s << u"Nobody"_s << -1 << u"log"_s
+                                                         << u"already-Unknown Song-Nobody"_s << u"no_match"_s << QString()
+                                                         << u"fipjazz"_s;
     }
 
     void recordsWhatTheFlowEndsWith()
@@ -184,8 +189,13 @@ private Q_SLOTS:
         QFETCH(QString, shown);
         QFETCH(QString, recorded);
         QFETCH(QString, logged);
+        QFETCH(QString, station);
         testing::LogCapture log;
         startApp(stationDocument(title, artist));
+        if (!station.isEmpty()) {
+            m_app->stations()->choose(station);
+            QTRY_VERIFY(m_app->fip()->hasCurrent());
+        }
         if (failing >= 0)
             m_music->replyNext(Endpoint(failing), HttpReply::text(500, "upstream down"));
 
@@ -212,6 +222,38 @@ private Q_SLOTS:
         QCOMPARE(records[0].errorMessage(), matched ? std::optional(failure) : std::nullopt);
         QCOMPARE(records[0].appleSongID(), matched ? std::optional(u"1712000001"_s) : std::nullopt);
         QCOMPARE(records[0].confidence().has_value(), matched);
+        // Records heard on FIP itself keep the form they always had.
+        QCOMPARE(records[0].station(), station == "fipjazz"_L1 ? std::optional(u"FIP Jazz"_s) : std::nullopt);
+    }
+
+    // The choice survives a restart; a key not in the table (Airnote.conf
+    // edited by hand, the command line) leaves FIP, and says so.
+    void remembersTheStation_data()
+    {
+        QTest::addColumn<QString>("remembered");
+        QTest::addColumn<QString>("followed");
+        QTest::newRow("nothing yet") << QString() << u"FIP"_s;
+        QTest::newRow("a webradio") << u"fipjazz"_s << u"FIP Jazz"_s;
+        QTest::newRow("unknown") << u"fipjaz"_s << u"FIP"_s;
+    }
+
+    void remembersTheStation()
+    {
+        QFETCH(QString, remembered);
+        QFETCH(QString, followed);
+        const QString file = m_home.filePath(u"Airnote.conf"_s);
+        if (!remembered.isEmpty())
+            QSettings(file, QSettings::IniFormat).setValue(u"station"_s, remembered);
+        if (followed == "FIP"_L1 && !remembered.isEmpty())
+            QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"^Unknown station \"fipjaz\" \\(known: fip, fiprock, .*\\); following FIP$"_s));
+        FIPMetadataService poller(&m_network, nullptr, m_station.url(u"/livemeta/live/7/webrf_fip_player"_s));
+        auto choice = std::make_unique<StationChoice>(&poller, file);
+        QCOMPARE(choice->name(), followed);
+        QCOMPARE(poller.station().name, followed);
+
+        QVERIFY(choice->choose(u"fiprock"_s));
+        choice = std::make_unique<StationChoice>(&poller, file);
+        QCOMPARE(choice->name(), u"FIP Rock"_s);
     }
 
     // A history that cannot be read or written is logged and left as it is;
@@ -275,10 +317,14 @@ private Q_SLOTS:
         QTest::addColumn<QStringList>("arguments");
         QTest::addColumn<LaunchOptions::Action>("action");
         QTest::addColumn<bool>("windowed");
-        QTest::newRow("nothing") << QStringList{} << LaunchOptions::Action::none << false;
-        QTest::newRow("save") << QStringList{u"--save"_s} << LaunchOptions::Action::save << false;
-        QTest::newRow("history windowed") << QStringList{u"--history"_s, u"--windowed"_s} << LaunchOptions::Action::history << true;
-        QTest::newRow("quit wins") << QStringList{u"--save"_s, u"--quit"_s} << LaunchOptions::Action::quit << false;
+        QTest::addColumn<QString>("station");
+        QTest::newRow("nothing") << QStringList{} << LaunchOptions::Action::none << false << QString();
+        QTest::newRow("save") << QStringList{u"--save"_s} << LaunchOptions::Action::save << false << QString();
+        QTest::newRow("history windowed") << QStringList{u"--history"_s, u"--windowed"_s} << LaunchOptions::Action::history
+                                          << true << QString();
+        QTest::newRow("quit wins") << QStringList{u"--save"_s, u"--quit"_s} << LaunchOptions::Action::quit << false << QString();
+        QTest::newRow("station, then save") << QStringList{u"--station"_s, u"fipjazz"_s, u"--save"_s}
+                                            << LaunchOptions::Action::save << false << u"fipjazz"_s;
     }
 
     void parsesTheCommandLine()
@@ -286,10 +332,14 @@ private Q_SLOTS:
         QFETCH(QStringList, arguments);
         QFETCH(LaunchOptions::Action, action);
         QFETCH(bool, windowed);
+        QFETCH(QString, station);
         const LaunchOptions options = parseCommandLine(QStringList{u"airnote"_s} + arguments);
         QCOMPARE(options.action, action);
         QCOMPARE(options.windowed, windowed);
-        QCOMPARE(actionFromName(actionName(action)), action);
+        QCOMPARE(options.station, station);
+        const LaunchOptions handedOver = fromHandoverMessage(handoverMessage(options));
+        QCOMPARE(handedOver.action, action);
+        QCOMPARE(handedOver.station, station);
     }
 
     void choosesTheLanguage_data()

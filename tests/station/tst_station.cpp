@@ -228,6 +228,40 @@ private Q_SLOTS:
         QCOMPARE(rig.server.requests().size(), 2);
     }
 
+    // Choosing another station forgets the old one's state and polls the new
+    // one at once, whether the poller was waiting or a request was under way.
+    void followsTheChosenStation_data()
+    {
+        QTest::addColumn<bool>("requestHangs");
+        QTest::newRow("while waiting") << false;
+        QTest::newRow("while a request hangs") << true;
+    }
+
+    void followsTheChosenStation()
+    {
+        QFETCH(bool, requestHangs);
+        const QByteArray live = fixture(u"station-live.json"_s);
+        StationRig rig([&](qsizetype request) {
+            return requestHangs && request == 1 ? HttpReply::hangForever() : HttpReply::json(200, live);
+        });
+        rig.service->setWaitUnit(1min);
+        rig.service->start();
+        if (requestHangs)
+            QTRY_COMPARE(rig.server.requests().size(), 1);
+        else
+            QTRY_VERIFY(rig.service->isWaiting());
+
+        rig.service->follow(*stationWithKey(u"fipjazz"_s));
+        QSignalSpy failureCounts(rig.service.get(), &FIPMetadataService::consecutiveFailuresChanged);
+        QVERIFY(!rig.service->hasCurrent());
+        QTRY_VERIFY(rig.service->hasCurrent());
+        QCOMPARE(rig.server.requests().size(), 2);
+        QCOMPARE(rig.server.requests().last().path, u"/livemeta/live/65/webrf_fip_player"_s);
+        QCOMPARE(rig.service->current()->webradio, std::optional(u"FIP Jazz"_s));
+        // The answer dropped for the station left counts as no failure.
+        QCOMPARE(failureCounts.size(), 0);
+    }
+
     void waitEndsOnceWhereItShould_data()
     {
         QTest::addColumn<QString>("ending");

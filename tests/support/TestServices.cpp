@@ -32,6 +32,7 @@ AirnoteApp::Services servicesFor(QNetworkAccessManager *network, const QUrl &sta
     services.authorization = authorization;
     services.music = new AppleMusicService(network, authorization, tokens, configuration);
     services.store = std::make_unique<CaptureStore>(folder);
+    services.settingsFile = settingsFile;
     services.updater = new UpdateChecker(network, QUrl(), QStringLiteral("0.1.0"), std::chrono::hours(24));
     return services;
 }

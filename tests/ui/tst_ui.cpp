@@ -754,19 +754,42 @@ private Q_SLOTS:
             if (QByteArray(label).startsWith("Se connecter"))
                 qunsetenv("AIRNOTE_MUSIC_USER_TOKEN");
             PanelUnderTest panel;
-            TrayIcon trayIcon(&panel.host, panel.app.authorization(), panel.app.fip(), TrayIcon::Host::xembed);
+            TrayIcon trayIcon(&panel.host, &panel.app, TrayIcon::Host::xembed);
             QStringList labels;
             for (const QAction *action : trayIcon.contextMenu()->actions())
                 labels.append(action->text());
-            QCOMPARE(labels, (QStringList{"Ouvrir", label, QString(), "Quitter"}));
+            QCOMPARE(labels, (QStringList{"Ouvrir", "Station", label, QString(), "Quitter"}));
         }
         // Signing out would clear the real keychain, so only the sign-in is run;
         // without a developer token it ends at once, with no browser opened.
         PanelUnderTest panel;
-        TrayIcon trayIcon(&panel.host, panel.app.authorization(), panel.app.fip(), TrayIcon::Host::xembed);
+        TrayIcon trayIcon(&panel.host, &panel.app, TrayIcon::Host::xembed);
         QSignalSpy finished(panel.app.authorization(), &MusicAuthorization::signInFinished);
-        trayIcon.contextMenu()->actions().at(1)->trigger();
+        trayIcon.contextMenu()->actions().at(2)->trigger();
         QTRY_COMPARE(finished.size(), 1);
+
+        // The station submenu chooses, and shows the choice made elsewhere.
+        const QList<QAction *> stations = trayIcon.contextMenu()->actions().at(1)->menu()->actions();
+        stations.at(2)->trigger();
+        QCOMPARE(panel.app.stations()->name(), u"FIP Jazz"_s);
+        panel.app.stations()->choose(u"fippop"_s);
+        QVERIFY(stations.at(8)->isChecked() && !stations.at(2)->isChecked());
+    }
+
+    // The picker answers the keyboard; the header and the poller follow at once.
+    void stationPicker()
+    {
+        PanelUnderTest panel;
+        QVERIFY(panel.showAndPoll());
+        QQuickItem *picker = itemNamed(panel.settledFace(u"nowPlaying"_s), u"stationPicker"_s);
+        QVERIFY(picker);
+        picker->forceActiveFocus(Qt::TabFocusReason);
+        const QString rockPath = QString(stationPath).replace(u"/7/"_s, u"/64/"_s);
+        QCOMPARE(requestCount(rockPath), 0);
+        QTest::keyClick(&panel.window(), Qt::Key_Down);
+        QTRY_VERIFY(showsText(panel.content(), u"FIP Rock — en ce moment"_s));
+        QTRY_COMPARE(requestCount(rockPath), 1);
+        saveScreenshot(panel.grab());
     }
 
     // An XEmbed tray that starts after us, then goes, is seen both times.
