@@ -63,6 +63,15 @@ Item {
                 flat: true
                 implicitWidth: 26
                 implicitHeight: 22
+                // Our own drawing: Fusion's arrow image keeps a texture past the scene's release.
+                indicator: TintedIcon {
+                    name: "chevron-down"
+                    color: Theme.secondary
+                    x: (parent.width - width) / 2
+                    y: (parent.height - height) / 2
+                    width: 14
+                    height: 14
+                }
                 Accessible.name: qsTr("Changer de station")
                 ToolTip.text: qsTr("Changer de station")
                 ToolTip.visible: hovered
