@@ -58,6 +58,7 @@ Endpoints Endpoints::builtIn()
         .tokenURL = withTokenPath(QUrl(QStringLiteral(AIRNOTE_TOKEN_URL))),
         .musicAPIBase = QUrl(QStringLiteral("https://api.music.apple.com")),
         .updateFeed = QUrl(QStringLiteral(AIRNOTE_UPDATE_FEED)),
+        .streamBase = QUrl(QStringLiteral("https://icecast.radiofrance.fr")),
     };
 }
 
@@ -70,6 +71,7 @@ Endpoints Endpoints::fromEnvironment()
         .tokenURL = withTokenPath(overridden("AIRNOTE_TOKEN_URL", defaults.tokenURL)),
         .musicAPIBase = overridden("AIRNOTE_MUSIC_API_BASE", defaults.musicAPIBase),
         .updateFeed = overridden("AIRNOTE_UPDATE_FEED", defaults.updateFeed),
+        .streamBase = overridden("AIRNOTE_STREAM_BASE", defaults.streamBase),
     };
 }
 

@@ -17,6 +17,7 @@ struct Endpoints
     QUrl tokenURL;    // developer-token backend, path /api/token; empty when none is configured
     QUrl musicAPIBase;
     QUrl updateFeed;  // empty: no update checks
+    QUrl streamBase;  // scheme and host of the stations' audio streams
 
     static Endpoints builtIn();
 

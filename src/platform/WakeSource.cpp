@@ -32,7 +32,9 @@ void WakeSource::listenToLogind()
 
 void WakeSource::onPrepareForSleep(bool goingToSleep)
 {
-    if (!goingToSleep)
+    if (goingToSleep)
+        Q_EMIT sleeping();
+    else
         Q_EMIT woke();
 }
 

@@ -7,7 +7,7 @@
 
 namespace airnote {
 
-// Tells when the machine has woken from sleep (logind's PrepareForSleep(false)).
+// Tells when the machine goes to sleep and wakes from it (logind's PrepareForSleep).
 class WakeSource : public QObject
 {
     Q_OBJECT
@@ -19,6 +19,7 @@ public:
     void listenToLogind();
 
 Q_SIGNALS:
+    void sleeping();
     void woke();
 
 private Q_SLOTS:
