@@ -87,6 +87,8 @@ int main(int argc, char *argv[])
     WakeSource wakeSource;
     wakeSource.listenToLogind();
     AirnoteApp app(AirnoteApp::defaultServices(&network, &wakeSource));
+    // Sound that comes back by itself after a sleep would surprise: it stays paused.
+    QObject::connect(&wakeSource, &WakeSource::sleeping, app.player(), &StationPlayer::pause);
 
     // Nothing may ask Qt about the tray before the dock does (see TrayDock).
     PanelHost panel(app.panel(), app.updater(), PanelWindow::Presentation::Windowed);

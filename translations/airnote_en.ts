@@ -17,6 +17,25 @@
     </message>
 </context>
 <context>
+    <name>ListeningBar</name>
+    <message>
+        <source>Pause</source>
+        <translation>Pause</translation>
+    </message>
+    <message>
+        <source>Écouter %1</source>
+        <translation>Listen to %1</translation>
+    </message>
+    <message>
+        <source>En écoute</source>
+        <translation>Listening</translation>
+    </message>
+    <message>
+        <source>Volume</source>
+        <translation>Volume</translation>
+    </message>
+</context>
+<context>
     <name>NowPlayingView</name>
     <message>
         <source>Mise à jour…</source>
@@ -298,6 +317,21 @@
     </message>
 </context>
 <context>
+    <name>airnote::StationPlayer</name>
+    <message>
+        <source>Connexion au flux…</source>
+        <translation>Connecting to the stream…</translation>
+    </message>
+    <message>
+        <source>Flux interrompu, nouvel essai dans %1 s</source>
+        <translation>Stream interrupted, trying again in %1 s</translation>
+    </message>
+    <message>
+        <source>Aucune sortie audio : écoute impossible</source>
+        <translation>No audio output: cannot play</translation>
+    </message>
+</context>
+<context>
     <name>airnote::TokenResponse</name>
     <message>
         <source>la réponse n&apos;est pas un objet JSON</source>
@@ -333,6 +367,14 @@
     <message>
         <source>Station</source>
         <translation>Station</translation>
+    </message>
+    <message>
+        <source>Pause</source>
+        <translation>Pause</translation>
+    </message>
+    <message>
+        <source>Écouter</source>
+        <translation>Listen</translation>
     </message>
 </context>
 <context>

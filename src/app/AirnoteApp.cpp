@@ -4,6 +4,7 @@
 #include "AirnoteApp.h"
 
 #include "app/UpdateChecker.h"
+#include "core/Endpoints.h"
 #include "history/CaptureStore.h"
 #include "music/AppleMusicService.h"
 #include "platform/MusicAuthorization.h"
@@ -27,6 +28,7 @@ AirnoteApp::Services AirnoteApp::defaultServices(QNetworkAccessManager *session,
     services.fip = new FIPMetadataService(session, wakeSource);
     services.store = std::make_unique<CaptureStore>();
     services.updater = new UpdateChecker(session);
+    services.streamBase = Endpoints::current().streamBase;
     return services;
 }
 
@@ -34,9 +36,10 @@ AirnoteApp::AirnoteApp(Services services, QObject *parent)
     : QObject(parent)
     , m_services(std::move(services))
     , m_stations(m_services.fip, m_services.settingsFile)
+    , m_player(m_services.settingsFile)
     , m_workflow(m_services.fip, m_services.music, m_services.store.get())
     , m_history(m_services.store.get())
-    , m_panel(m_services.fip, &m_stations, &m_workflow, &m_history, m_services.updater)
+    , m_panel(m_services.fip, &m_stations, &m_player, &m_workflow, &m_history, m_services.updater)
 {
     for (QObject *service : std::initializer_list<QObject *>{m_services.fip, m_services.music,
                                                             m_services.authorization, m_services.updater}) {
@@ -44,6 +47,9 @@ AirnoteApp::AirnoteApp(Services services, QObject *parent)
             service->setParent(this);
     }
     connect(&m_panel, &PanelModel::appeared, this, &AirnoteApp::onPanelAppear);
+    const auto followStation = [this] { m_player.setStream(m_stations.current().streamURL(m_services.streamBase)); };
+    followStation();
+    connect(&m_stations, &StationChoice::changed, this, followStation);
     m_services.updater->start();
 }
 
@@ -77,6 +83,11 @@ UpdateChecker *AirnoteApp::updater() const
 SaveWorkflow *AirnoteApp::workflow()
 {
     return &m_workflow;
+}
+
+StationPlayer *AirnoteApp::player()
+{
+    return &m_player;
 }
 
 StationChoice *AirnoteApp::stations()

@@ -8,6 +8,7 @@
 #include "app/SaveWorkflow.h"
 #include "app/StationChoice.h"
 #include "history/CaptureStore.h"
+#include "playback/StationPlayer.h"
 
 #include <QObject>
 
@@ -28,7 +29,8 @@ class WakeSource;
 // The composition root: owns the long-lived services and the models built on
 // them (the save workflow, the history list, the panel), and starts what runs
 // by itself: the update schedule at once, the poller when the panel first
-// appears; each appearance asks for the Apple Music authorisation again.
+// appears; each appearance asks for the Apple Music authorisation again. The
+// player follows the chosen station's stream.
 class AirnoteApp : public QObject
 {
     Q_OBJECT
@@ -41,6 +43,7 @@ public:
         std::unique_ptr<CaptureStore> store;
         UpdateChecker *updater = nullptr;
         QString settingsFile;  // empty: the user's Airnote.conf
+        QUrl streamBase;       // where the stations' streams are
     };
 
     // The program's real services over one HTTP session, from the process-wide endpoints.
@@ -57,6 +60,7 @@ public:
     UpdateChecker *updater() const;
     SaveWorkflow *workflow();
     StationChoice *stations();
+    StationPlayer *player();
     HistoryModel *history();
     PanelModel *panel();
 
@@ -68,6 +72,7 @@ private:
 
     Services m_services;
     StationChoice m_stations;
+    StationPlayer m_player;
     SaveWorkflow m_workflow;
     HistoryModel m_history;
     PanelModel m_panel;

@@ -11,11 +11,12 @@
 
 namespace airnote {
 
-PanelModel::PanelModel(FIPMetadataService *station, StationChoice *stations, SaveWorkflow *workflow,
-                       HistoryModel *history, UpdateChecker *updater, QObject *parent)
+PanelModel::PanelModel(FIPMetadataService *station, StationChoice *stations, StationPlayer *player,
+                       SaveWorkflow *workflow, HistoryModel *history, UpdateChecker *updater, QObject *parent)
     : QObject(parent)
     , m_station(station)
     , m_stations(stations)
+    , m_player(player)
     , m_workflow(workflow)
     , m_history(history)
     , m_updater(updater)
@@ -32,6 +33,11 @@ FIPMetadataService *PanelModel::station() const
 StationChoice *PanelModel::stations() const
 {
     return m_stations;
+}
+
+StationPlayer *PanelModel::player() const
+{
+    return m_player;
 }
 
 SaveWorkflow *PanelModel::workflow() const

@@ -12,6 +12,7 @@ class FIPMetadataService;
 class HistoryModel;
 class SaveWorkflow;
 class StationChoice;
+class StationPlayer;
 class UpdateChecker;
 
 // What the panel shows: one face at a time, the history first, then the save
@@ -25,8 +26,10 @@ class PanelModel : public QObject
     Q_MOC_INCLUDE("app/SaveWorkflow.h")
     Q_MOC_INCLUDE("station/FIPMetadataService.h")
     Q_MOC_INCLUDE("app/StationChoice.h")
+    Q_MOC_INCLUDE("playback/StationPlayer.h")
     Q_PROPERTY(airnote::FIPMetadataService *station READ station CONSTANT)
     Q_PROPERTY(airnote::StationChoice *stations READ stations CONSTANT)
+    Q_PROPERTY(airnote::StationPlayer *player READ player CONSTANT)
     Q_PROPERTY(airnote::SaveWorkflow *workflow READ workflow CONSTANT)
     Q_PROPERTY(airnote::HistoryModel *history READ history CONSTANT)
     Q_PROPERTY(Face face READ face NOTIFY faceChanged)
@@ -38,11 +41,12 @@ public:
     enum Face { NowPlaying, Preview, Status, History };
     Q_ENUM(Face)
 
-    PanelModel(FIPMetadataService *station, StationChoice *stations, SaveWorkflow *workflow, HistoryModel *history, UpdateChecker *updater,
-               QObject *parent = nullptr);
+    PanelModel(FIPMetadataService *station, StationChoice *stations, StationPlayer *player, SaveWorkflow *workflow,
+               HistoryModel *history, UpdateChecker *updater, QObject *parent = nullptr);
 
     FIPMetadataService *station() const;
     StationChoice *stations() const;
+    StationPlayer *player() const;
     SaveWorkflow *workflow() const;
     HistoryModel *history() const;
     Face face() const;
@@ -68,6 +72,7 @@ private:
 
     FIPMetadataService *m_station;
     StationChoice *m_stations;
+    StationPlayer *m_player;
     SaveWorkflow *m_workflow;
     HistoryModel *m_history;
     UpdateChecker *m_updater;

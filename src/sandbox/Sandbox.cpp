@@ -42,7 +42,7 @@ void Sandbox::makeChaotic(quint32 seed, QIODevice *requestLog)
 
 bool Sandbox::listen()
 {
-    if (!m_station.listen() || !m_appleMusic.listen() || (m_chaoticLive && !m_chaoticLive->listen()))
+    if (!m_station.listen() || !m_appleMusic.listen() || !m_stream.listen() || (m_chaoticLive && !m_chaoticLive->listen()))
         return false;
     m_appleMusic.setCatalog(catalog(m_station.imageBase()));
     return true;
@@ -53,6 +53,7 @@ QList<std::pair<QByteArray, QString>> Sandbox::environment() const
     return {
         {"AIRNOTE_STATION_URL", liveURL().toString()},
         {"AIRNOTE_IMAGE_BASE", m_station.imageBase().toString()},
+        {"AIRNOTE_STREAM_BASE", m_stream.base().toString()},
         {"AIRNOTE_TOKEN_URL", m_appleMusic.tokenURL().toString()},
         {"AIRNOTE_MUSIC_API_BASE", m_appleMusic.apiBase().toString()},
         {"AIRNOTE_MUSIC_USER_TOKEN", m_appleMusic.musicUserToken()},

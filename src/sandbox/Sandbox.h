@@ -5,6 +5,7 @@
 
 #include "fakes/FakeAppleMusic.h"
 #include "fakes/FakeStation.h"
+#include "fakes/FakeStream.h"
 #include "sandbox/Chaos.h"
 
 #include <QByteArray>
@@ -52,6 +53,8 @@ private:
 
     fakes::FakeStation m_station;
     fakes::FakeAppleMusic m_appleMusic;
+    // A tone per station, pitched by its name, so that listening works offline.
+    fakes::FakeStream m_stream;
     QStringList m_reportedLibrary;
     QList<fakes::FakeAppleMusic::Playlist> m_reportedPlaylists;
     std::unique_ptr<Chaos> m_chaos;

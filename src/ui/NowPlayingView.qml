@@ -12,6 +12,7 @@ Item {
 
     required property FIPMetadataService station
     required property StationChoice stations
+    required property StationPlayer player
     property bool offersUpdateCheck: true
     readonly property bool isShown: Window.window !== null && Window.window.visible
     readonly property bool showsMusic: station.hasCurrent && station.current.isMusicTrack
@@ -107,6 +108,12 @@ Item {
                     id: warningHover
                 }
             }
+        }
+
+        ListeningBar {
+            Layout.fillWidth: true
+            player: view.player
+            stationName: view.stations.name
         }
 
         Divider {}

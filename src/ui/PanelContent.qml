@@ -99,6 +99,7 @@ Rectangle {
             NowPlayingView {
                 station: panel.model.station
                 stations: panel.model.stations
+                player: panel.model.player
                 onSave: panel.model.workflow.onSave()
                 onShowHistory: panel.model.onShowHistory()
                 onCheckForUpdates: panel.model.onCheckForUpdates()

@@ -11,6 +11,7 @@
 #include "app/UpdateChecker.h"
 #include "music/CatalogMatch.h"
 #include "music/Song.h"
+#include "playback/StationPlayer.h"
 #include "station/FIPMetadataService.h"
 #include "station/FIPTrack.h"
 
@@ -43,6 +44,14 @@ struct StationChoiceType
     QML_FOREIGN(airnote::StationChoice)
     QML_NAMED_ELEMENT(StationChoice)
     QML_UNCREATABLE("The application owns the station choice.")
+};
+
+struct StationPlayerType
+{
+    Q_GADGET
+    QML_FOREIGN(airnote::StationPlayer)
+    QML_NAMED_ELEMENT(StationPlayer)
+    QML_UNCREATABLE("The application owns the player.")
 };
 
 struct HistoryModelType

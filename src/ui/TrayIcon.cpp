@@ -8,6 +8,7 @@
 #include "app/AirnoteApp.h"
 #include "app/StationChoice.h"
 #include "platform/MusicAuthorization.h"
+#include "playback/StationPlayer.h"
 #include "station/FIPMetadataService.h"
 
 #include <QActionGroup>
@@ -24,6 +25,7 @@ TrayIcon::TrayIcon(PanelHost *panel, AirnoteApp *app, Host host, QObject *parent
     , m_authorization(app->authorization())
     , m_station(app->fip())
     , m_stations(app->stations())
+    , m_player(app->player())
     , m_host(host)
 {
     // Hosts that know the installed symbolic icon recolour it to the panel;
@@ -33,6 +35,9 @@ TrayIcon::TrayIcon(PanelHost *panel, AirnoteApp *app, Host host, QObject *parent
     connect(m_station, &FIPMetadataService::currentChanged, this, &TrayIcon::showTrackOnAir);
 
     m_menu.addAction(tr("Ouvrir"), panel, [this] { m_panel->showNextTo(geometry()); });
+    m_listenAction = m_menu.addAction(QString(), m_player, &StationPlayer::toggle);
+    showListening();
+    connect(m_player, &StationPlayer::stateChanged, this, &TrayIcon::showListening);
     addStationMenu();
     m_accountAction = m_menu.addAction(QString(), this, &TrayIcon::signInOrOut);
     m_menu.addSeparator();
@@ -70,6 +75,11 @@ void TrayIcon::showAuthorization()
 {
     const bool authorized = m_authorization->currentStatus() == MusicAuthorization::Status::authorized;
     m_accountAction->setText(authorized ? tr("Se déconnecter") : tr("Se connecter à Apple Music"));
+}
+
+void TrayIcon::showListening()
+{
+    m_listenAction->setText(m_player->isActive() ? tr("Pause") : tr("Écouter"));
 }
 
 void TrayIcon::showTrackOnAir()

@@ -13,11 +13,12 @@ class FIPMetadataService;
 class MusicAuthorization;
 class PanelHost;
 class StationChoice;
+class StationPlayer;
 
 // The radio in the tray: a click opens or closes the panel next to it; a menu
-// offers the same for hosts that only open menus (GNOME's AppIndicator), the
-// station to follow, and the Apple Music sign-in or sign-out. Its tooltip
-// names the track on air.
+// offers the same for hosts that only open menus (GNOME's AppIndicator),
+// listening or pausing, the station to follow, and the Apple Music sign-in or
+// sign-out. Its tooltip names the track on air.
 class TrayIcon : public QSystemTrayIcon
 {
     Q_OBJECT
@@ -36,6 +37,7 @@ private:
     void onActivated(QSystemTrayIcon::ActivationReason reason);
     void showAuthorization();
     void showTrackOnAir();
+    void showListening();
     void signInOrOut();
     void addStationMenu();
 
@@ -43,9 +45,11 @@ private:
     MusicAuthorization *m_authorization;
     FIPMetadataService *m_station;
     StationChoice *m_stations;
+    StationPlayer *m_player;
     Host m_host;
     QMenu m_menu;
     QAction *m_accountAction;
+    QAction *m_listenAction;
 };
 
 } // namespace airnote

@@ -169,7 +169,7 @@ private Q_SLOTS:
         QCOMPARE(sandbox.exitCode(), exitCode);
         const QStringList lines = QString::fromUtf8(sandbox.readAllStandardOutput()).split(u'\n');
         const qsizetype ready = lines.indexOf(QStringLiteral("ready"));
-        QCOMPARE(ready, exitCode == 2 ? -1 : 5);
+        QCOMPARE(ready, exitCode == 2 ? -1 : 6);
         if (!arguments.endsWith(QStringLiteral("env")))
             return;
         const QStringList output = lines.mid(ready + 1);

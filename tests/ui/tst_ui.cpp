@@ -8,6 +8,7 @@
 #include "fakes/LoopbackHttpServer.h"
 #include "history/CaptureRecord.h"
 #include "platform/MusicAuthorization.h"
+#include "playback/StationPlayer.h"
 #include "station/FIPMetadataService.h"
 #include "support/Fixtures.h"
 #include "support/TestServices.h"
@@ -19,6 +20,7 @@
 #include "ui/XEmbedTrayWatcher.h"
 
 #include <QApplication>
+#include <QAudioDevice>
 #include <QBuffer>
 #include <QDir>
 #include <QFile>
@@ -26,6 +28,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QMenu>
+#include <QMediaDevices>
 #include <QMetaEnum>
 #include <QNetworkAccessManager>
 #include <QPointer>
@@ -758,22 +761,52 @@ private Q_SLOTS:
             QStringList labels;
             for (const QAction *action : trayIcon.contextMenu()->actions())
                 labels.append(action->text());
-            QCOMPARE(labels, (QStringList{"Ouvrir", "Station", label, QString(), "Quitter"}));
+            QCOMPARE(labels, (QStringList{"Ouvrir", "Écouter", "Station", label, QString(), "Quitter"}));
         }
         // Signing out would clear the real keychain, so only the sign-in is run;
         // without a developer token it ends at once, with no browser opened.
         PanelUnderTest panel;
         TrayIcon trayIcon(&panel.host, &panel.app, TrayIcon::Host::xembed);
         QSignalSpy finished(panel.app.authorization(), &MusicAuthorization::signInFinished);
-        trayIcon.contextMenu()->actions().at(2)->trigger();
+        trayIcon.contextMenu()->actions().at(3)->trigger();
         QTRY_COMPARE(finished.size(), 1);
 
         // The station submenu chooses, and shows the choice made elsewhere.
-        const QList<QAction *> stations = trayIcon.contextMenu()->actions().at(1)->menu()->actions();
+        const QList<QAction *> stations = trayIcon.contextMenu()->actions().at(2)->menu()->actions();
         stations.at(2)->trigger();
         QCOMPARE(panel.app.stations()->name(), u"FIP Jazz"_s);
         panel.app.stations()->choose(u"fippop"_s);
         QVERIFY(stations.at(8)->isChecked() && !stations.at(2)->isChecked());
+    }
+
+    void listeningRow_data()
+    {
+        QTest::addColumn<bool>("dark");
+        QTest::newRow("light") << false;
+        QTest::newRow("dark") << true;
+    }
+    // In both looks; with no audio output, pressing play says why and nothing plays.
+    void listeningRow()
+    {
+        QFETCH(bool, dark);
+        const QPalette light = QGuiApplication::palette();
+        const auto restore = qScopeGuard([light] { QGuiApplication::setPalette(light); });
+        if (dark) {
+            QPalette palette(QColor(0x3a, 0x3a, 0x3c), QColor(0x1e, 0x1e, 0x1e));
+            palette.setColor(QPalette::Highlight, QColor(0x0a, 0x84, 0xff));
+            QGuiApplication::setPalette(palette);
+        }
+        PanelUnderTest panel;
+        TrayIcon trayIcon(&panel.host, &panel.app, TrayIcon::Host::xembed);
+        QVERIFY(panel.showAndPoll());
+        QVERIFY(showsText(panel.settledFace(u"nowPlaying"_s), u"Écouter FIP"_s));
+        if (!QMediaDevices::audioOutputs().isEmpty())
+            QSKIP("this machine has an audio output; tst_playback plays");
+        QVERIFY(panel.clickOn(u"nowPlaying"_s, u"playButton"_s));
+        QTRY_VERIFY(showsText(panel.content(), u"Aucune sortie audio : écoute impossible"_s));
+        QCOMPARE(panel.app.player()->state(), StationPlayer::Unavailable);
+        QCOMPARE(trayIcon.contextMenu()->actions().at(1)->text(), u"Écouter"_s);
+        saveScreenshot(panel.grab());
     }
 
     // The picker answers the keyboard; the header and the poller follow at once.
