@@ -47,7 +47,12 @@ set(CPACK_DEBIAN_PACKAGE_DEPENDS
     qt6-qpa-plugins
     qt6-translations-l10n
     # Without it a Wayland session gets whatever X11 fallback happens to be installed.
-    qt6-wayland)
+    qt6-wayland
+    # Qt Multimedia plays through GStreamer: HTTP and AAC parsing (good), the
+    # AAC decoder (libav), the sound server's sink (pulseaudio, also PipeWire's).
+    gstreamer1.0-plugins-good
+    gstreamer1.0-libav
+    gstreamer1.0-pulseaudio)
 list(JOIN CPACK_DEBIAN_PACKAGE_DEPENDS ", " CPACK_DEBIAN_PACKAGE_DEPENDS)
 # The Apple Music sign-in opens in the system browser.
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS xdg-utils)
