@@ -16,6 +16,9 @@
 #include <QSignalSpy>
 #include <QTest>
 
+#include <csignal>
+#include <sys/prctl.h>
+
 using namespace airnote;
 using namespace Qt::StringLiterals;
 using Status = MediaControls::Status;
@@ -69,6 +72,8 @@ class MediaControlsTest : public QObject
 private Q_SLOTS:
     void initTestCase()
     {
+        // A crashed test must not leave its bus running.
+        m_daemon.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGTERM); });
         m_daemon.start(u"dbus-daemon"_s, {u"--session"_s, u"--print-address"_s, u"--nofork"_s});
         while (!m_daemon.canReadLine())
             QVERIFY(m_daemon.waitForReadyRead(10000));
