@@ -3,9 +3,11 @@
 
 #include "app/AirnoteApp.h"
 #include "app/CommandLine.h"
+#include "app/MediaSession.h"
 #include "app/Translations.h"
 #include "core/Endpoints.h"
 #include "core/Error.h"
+#include "platform/MediaControls.h"
 #include "platform/SingleInstance.h"
 #include "platform/WakeSource.h"
 #include "station/Station.h"
@@ -99,6 +101,12 @@ int main(int argc, char *argv[])
         dock = std::make_unique<TrayDock>(&panel, &app);
 
     LaunchActions actions(&app, &panel, dock.get());
+    MediaControls mediaControls;
+    const MediaSession mediaSession(&mediaControls, app.player(), app.fip());
+    QObject::connect(&mediaControls, &MediaControls::raiseRequested, &actions,
+                     [&actions] { actions.perform(LaunchOptions{.action = Action::show}); });
+    QObject::connect(&mediaControls, &MediaControls::quitRequested, &application, &QCoreApplication::quit);
+    mediaControls.publish();
     QObject::connect(&instance, &SingleInstance::actionReceived, &actions,
                      [&actions](const QString &message) { actions.perform(fromHandoverMessage(message)); });
     actions.perform(options);

@@ -50,6 +50,11 @@ AirnoteApp::AirnoteApp(Services services, QObject *parent)
     const auto followStation = [this] { m_player.setStream(m_stations.current().streamURL(m_services.streamBase)); };
     followStation();
     connect(&m_stations, &StationChoice::changed, this, followStation);
+    // Listening from the tray, before the panel ever showed: the track on air is wanted too.
+    connect(&m_player, &StationPlayer::stateChanged, this, [this] {
+        if (m_player.isActive())
+            m_services.fip->start();
+    });
     m_services.updater->start();
 }
 

@@ -2,26 +2,23 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 
 #include "support/LogCapture.h"
+#include "support/PrivateSessionBus.h"
 #include "platform/MediaControls.h"
 
-#include <QDBusArgument>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusObjectPath>
-#include <QDBusVariant>
 #include <QDir>
 #include <QFileInfo>
-#include <QProcess>
 #include <QSignalSpy>
 #include <QTest>
 
-#include <csignal>
-#include <sys/prctl.h>
 
 using namespace airnote;
 using namespace Qt::StringLiterals;
 using Status = MediaControls::Status;
+using testing::PrivateSessionBus;
 Q_DECLARE_METATYPE(airnote::MediaControls::Status)
 
 namespace {
@@ -31,21 +28,6 @@ const QString root = u"org.mpris.MediaPlayer2"_s;
 const QString player = u"org.mpris.MediaPlayer2.Player"_s;
 const QString properties = u"org.freedesktop.DBus.Properties"_s;
 const QVariant noTrack = QVariant::fromValue(QDBusObjectPath(u"/org/mpris/MediaPlayer2/TrackList/NoTrack"_s));
-
-// What QtDBus hands a client, variants and nested a{sv} unwrapped.
-QVariant plain(QVariant value)
-{
-    if (value.metaType() == QMetaType::fromType<QDBusVariant>())
-        value = value.value<QDBusVariant>().variant();
-    if (value.metaType() == QMetaType::fromType<QDBusArgument>())
-        value = qdbus_cast<QVariantMap>(value.value<QDBusArgument>());
-    if (value.metaType() != QMetaType::fromType<QVariantMap>())
-        return value;
-    QVariantMap map = value.toMap();
-    for (QVariant &entry : map)
-        entry = plain(entry);
-    return map;
-}
 
 // Hears PropertiesChanged as a desktop does.
 class Listener : public QObject
@@ -58,7 +40,7 @@ Q_SIGNALS:
 public Q_SLOTS:
     void onChanged(const QString &interface, const QVariantMap &values, const QStringList &)
     {
-        Q_EMIT changed(interface, plain(values).toMap());
+        Q_EMIT changed(interface, PrivateSessionBus::plain(values).toMap());
     }
 };
 
@@ -72,23 +54,9 @@ class MediaControlsTest : public QObject
 private Q_SLOTS:
     void initTestCase()
     {
-        // A crashed test must not leave its bus running.
-        m_daemon.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGTERM); });
-        m_daemon.start(u"dbus-daemon"_s, {u"--session"_s, u"--print-address"_s, u"--nofork"_s});
-        while (!m_daemon.canReadLine())
-            QVERIFY(m_daemon.waitForReadyRead(10000));
-        const QString address = QString::fromUtf8(m_daemon.readLine()).trimmed();
-        m_app = QDBusConnection::connectToBus(address, u"app"_s);
-        m_desktop = QDBusConnection::connectToBus(address, u"desktop"_s);
-        QVERIFY(m_app.isConnected() && m_desktop.isConnected());
-    }
-
-    void cleanupTestCase()
-    {
-        QDBusConnection::disconnectFromBus(u"app"_s);
-        QDBusConnection::disconnectFromBus(u"desktop"_s);
-        m_daemon.kill();
-        m_daemon.waitForFinished();
+        QVERIFY(m_bus.isConnected());
+        m_app = m_bus.app();
+        m_desktop = m_bus.desktop();
     }
 
     void publishFails_data()
@@ -136,8 +104,8 @@ private Q_SLOTS:
         MediaControls controls;
         QVERIFY(controls.publish(m_app));
         QVERIFY(m_desktop.interface()->isServiceRegistered(service));
-        QCOMPARE(plain(call(properties, u"Get"_s, {interface, name}).arguments().value(0)), expected);
-        QCOMPARE(plain(call(properties, u"GetAll"_s, {interface}).arguments().value(0)).toMap().value(name), expected);
+        QCOMPARE(PrivateSessionBus::plain(call(properties, u"Get"_s, {interface, name}).arguments().value(0)), expected);
+        QCOMPARE(PrivateSessionBus::plain(call(properties, u"GetAll"_s, {interface}).arguments().value(0)).toMap().value(name), expected);
     }
 
     void passesRequestsOn_data()
@@ -245,13 +213,10 @@ private Q_SLOTS:
 private:
     QDBusMessage call(const QString &interface, const QString &method, const QVariantList &arguments = {})
     {
-        QDBusMessage message = QDBusMessage::createMethodCall(service, u"/org/mpris/MediaPlayer2"_s, interface, method);
-        message.setArguments(arguments);
-        // Both ends live on this thread: the call must let events run.
-        return m_desktop.call(message, QDBus::BlockWithGui, 5000);
+        return m_bus.callMpris(interface, method, arguments);
     }
 
-    QProcess m_daemon;
+    PrivateSessionBus m_bus;
     QDBusConnection m_app{QString()};
     QDBusConnection m_desktop{QString()};
 };
