@@ -81,16 +81,16 @@ MediaControls::~MediaControls()
 bool MediaControls::publish(QDBusConnection bus)
 {
     if (!bus.isConnected()) {
-        qCWarning(uiLogger) << "No session bus: the desktop's media controls cannot reach Airnote";
+        qCWarning(playbackLogger) << "No session bus: the desktop's media controls cannot reach Airnote";
         return false;
     }
     if (!bus.registerObject(objectPath, this, QDBusConnection::ExportAdaptors)) {
-        qCWarning(uiLogger).noquote() << "The desktop's media controls are unavailable: cannot export" << objectPath;
+        qCWarning(playbackLogger).noquote() << "The desktop's media controls are unavailable: cannot export" << objectPath;
         return false;
     }
     if (!bus.registerService(serviceName)) {
         bus.unregisterObject(objectPath);
-        qCWarning(uiLogger).noquote() << "The desktop's media controls are unavailable:" << serviceName << "is taken";
+        qCWarning(playbackLogger).noquote() << "The desktop's media controls are unavailable:" << serviceName << "is taken";
         return false;
     }
     m_bus = bus;

@@ -76,7 +76,7 @@ private Q_SLOTS:
         const bool published = controls.publish(nameTaken ? m_app : QDBusConnection(u"nowhere"_s));
         m_desktop.unregisterService(service);
         QVERIFY(!published);
-        QCOMPARE(log.messagesOf("com.velmorin.Airnote.ui").size(), 1);
+        QCOMPARE(log.messagesOf("com.velmorin.Airnote.playback").size(), 1);
     }
 
     void readsProperties_data()
