@@ -214,7 +214,6 @@ private Q_SLOTS:
         QCOMPARE(errorOf(m_service->searchMatches("Mira & Sol", "Harbour Lights")), "Apple Music non autorisé");
         QCOMPARE(errorOf(m_service->addSong(someSong)), "Apple Music non autorisé");
         QCOMPARE(m_fake->server().requests().size(), 0);
-        QCOMPARE(m_log->messagesOf(musicCategory), QStringList{"search blocked: not authorized (status=" + MusicAuthorization::text(status) + ")"});
     }
 
     void developerToken_data()
