@@ -166,7 +166,7 @@ private Q_SLOTS:
         QCOMPARE(testing::waitFor(std::move(run)).musicUserToken, userToken);
     }
 
-    // What loopback cannot show: a step down from https, and credentials followed within their origin.
+    // What loopback cannot show: a step down from https, and credentials kept within their origin.
     void followsRedirectsWithinThePolicy()
     {
         const auto follows = [](const char *from, const char *to, bool credentials) {
@@ -174,6 +174,7 @@ private Q_SLOTS:
         };
         QVERIFY(!follows("https://a.example/x", "http://127.0.0.1/y", false));
         QVERIFY(follows("https://api.example/x", "https://api.example/y", true));
+        QVERIFY(!follows("https://api.example/x", "https://cdn.example/y", true));
     }
 
     // Over loopback: what the policy cuts ends in NetworkError, a refused redirect reaches nobody.
