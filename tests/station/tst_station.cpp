@@ -93,7 +93,6 @@ private Q_SLOTS:
             << u"Mira & Sol|Harbour Lights|~/pikapi/images/9f4d2b6e-1c3a-4e8b-b2d7-6a5c4e3f2a10/400x400|1795000000|1795000300|music"_s;
         QTest::newRow("segment, nulls") << fixture(u"station-segment.json"_s)
             << u"La radio la plus éclectique du monde|Le direct|~/pikapi/images/0b7c1f52-8d1e-4f0a-9a55-2a61f0d2c001/400x400|now|-|segment"_s;
-        QTest::newRow("empty now") << QByteArray(R"({"now": {}})") << u"||-|now|-|segment"_s;
         QTest::newRow("unicode blanks") << QByteArray(R"({"now": {"firstLine": "\u00a0\u2003A  B\u2028\t", "secondLine": "\r\nC\u0085"}})")
                                         << u"C|A  B|-|now|-|segment"_s;
         QTest::newRow("empty songUuid") << QByteArray(R"({"now": {"songUuid": ""}})") << u"||-|now|-|music"_s;

@@ -177,20 +177,16 @@ private Q_SLOTS:
         }
     }
 
-    // What a service manager sees of settings the program cannot use: status 2 and the reason.
-    void executableRefusesUnusableSettings()
+    // What a service manager sees: settings the program cannot use end it with status 2 and the
+    // reason; then, served on every address as behind a TLS proxy named tokens.example.org, the token only.
+    void executableRefusesBadSettingsAndServesOnlyTheToken()
     {
         QProcess process;
         process.start(AIRNOTE_TOKEN_SERVER_EXECUTABLE, {"--key-file=/nonexistent/AuthKey.p8", "--key-id=K", "--team-id=T"});
         QVERIFY(process.waitForFinished(10000));
         QCOMPARE(process.exitCode(), 2);
         QCOMPARE(process.readAllStandardError(), "airnote-token-server: Key file /nonexistent/AuthKey.p8 does not exist\n");
-    }
 
-    // Served on every address, as behind a TLS proxy named tokens.example.org.
-    void executableServesOnlyTheTokenWithoutPrintingIt()
-    {
-        QProcess process;
         process.setEnvironment({"AIRNOTE_MUSICKIT_KEY_FILE=" + m_keyFile, "AIRNOTE_MUSICKIT_KEY_ID=" + keyId, "AIRNOTE_MUSICKIT_TEAM_ID=" + teamId});
         process.setProcessChannelMode(QProcess::MergedChannels);
         process.start(AIRNOTE_TOKEN_SERVER_EXECUTABLE, {"--listen=0.0.0.0:0", "--host-names=Tokens.example.org"});
