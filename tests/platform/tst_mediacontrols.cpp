@@ -160,7 +160,7 @@ private Q_SLOTS:
         QVERIFY(controls.publish(m_bus.app()));
         Listener listener;
         QVERIFY(m_bus.desktop().connect(service, u"/org/mpris/MediaPlayer2"_s, properties, u"PropertiesChanged"_s, &listener,
-                                  SLOT(onChanged(QString,QVariantMap,QStringList))));
+                                        SLOT(onChanged(QString,QVariantMap,QStringList))));
         QSignalSpy changes(&listener, &Listener::changed);
         const MediaControls::Track track{u"So What"_s, u"Miles Davis"_s, u"Kind of Blue"_s,
                                          QUrl(u"https://example.org/cover.jpg"_s)};
