@@ -7,7 +7,6 @@
 #include "core/JsonFields.h"
 #include "core/Normalization.h"
 #include "core/SignalWait.h"
-#include "core/UrlPaths.h"
 #include "support/WaitFor.h"
 
 #include <QJsonDocument>
@@ -96,24 +95,13 @@ QString fieldOutcome(const QJsonObject &object, const QString &reader)
 {
     const JsonFields fields(object, u"test"_s);
     const auto key = "k"_L1;
-    const auto shown = [](const auto &value) -> QString {
-        if (!value)
-            return u"absent"_s;
-        if constexpr (std::is_same_v<std::decay_t<decltype(*value)>, QString>)
-            return *value;
-        else
-            return QString::number(*value, 'g', 17);
-    };
     try {
         if (reader == "string"_L1)
             return fields.string(key);
         if (reader == "integer"_L1)
             return QString::number(fields.integer(key));
-        if (reader == "optionalString"_L1)
-            return shown(fields.optionalString(key));
-        if (reader == "optionalInteger"_L1)
-            return shown(fields.optionalInteger(key));
-        return shown(fields.optionalNumber(key));
+        const std::optional<qint64> value = fields.optionalInteger(key);
+        return value ? QString::number(*value) : u"absent"_s;
     } catch (const JsonError &error) {
         return error.localizedDescription();
     }
@@ -153,18 +141,13 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("json");
         QTest::addColumn<QString>("reader");
         QTest::addColumn<QString>("outcome");
-        QTest::newRow("string") << QByteArray(R"({"k": "é"})") << "string" << "é";
         QTest::newRow("missing string") << QByteArray("{}") << "string" << R"(test: "k" is missing)";
         QTest::newRow("null is not a string") << QByteArray(R"({"k": null})") << "string" << R"(test: "k" is not a string)";
-        QTest::newRow("null optional") << QByteArray(R"({"k": null})") << "optionalString" << "absent";
-        QTest::newRow("optional of the wrong type") << QByteArray(R"({"k": 3})") << "optionalString"
-                                                     << R"(test: "k" is not a string)";
         QTest::newRow("integral decimal") << QByteArray(R"({"k": 1795000000.0})") << "integer" << "1795000000";
         QTest::newRow("fraction") << QByteArray(R"({"k": 2.5})") << "optionalInteger" << R"(test: "k" is not an integer)";
         QTest::newRow("beyond 2^53") << QByteArray(R"({"k": 9007199254740993})") << "integer"
                                      << R"(test: "k" is not an integer)";
         QTest::newRow("integer as text") << QByteArray(R"({"k": "12"})") << "integer" << R"(test: "k" is not an integer)";
-        QTest::newRow("number") << QByteArray(R"({"k": 0.8125})") << "optionalNumber" << "0.8125";
     }
 
     void readsJsonFields()
@@ -175,33 +158,15 @@ private Q_SLOTS:
         QCOMPARE(fieldOutcome(QJsonDocument::fromJson(json).object(), reader), outcome);
     }
 
-    void joinsPaths_data()
-    {
-        QTest::addColumn<QString>("base");
-        QTest::addColumn<QString>("path");
-        QTest::addColumn<QString>("joined");
-        QTest::newRow("trailing slashes") << "https://api.example.org/proxy//" << "/v1/me"
-                                          << "https://api.example.org/proxy/v1/me";
-        QTest::newRow("port and query kept apart") << "http://127.0.0.1:8787/?x=1" << "/api/token"
-                                                   << "http://127.0.0.1:8787/api/token?x=1";
-    }
-
-    void joinsPaths()
-    {
-        QFETCH(QString, base);
-        QFETCH(QString, path);
-        QFETCH(QString, joined);
-        QCOMPARE(withPathAppended(QUrl(base), path).toString(), joined);
-    }
-
     void judgesEnvironmentOverrides_data()
     {
         QTest::addColumn<QString>("tokenURL");
         QTest::addColumn<QString>("configured");  // empty: refused
-        QTest::newRow("https anywhere") << u"https://tokens.example.org"_s << u"https://tokens.example.org/api/token"_s;
         QTest::newRow("full address") << u"https://tokens.example.org/api/token"_s << u"https://tokens.example.org/api/token"_s;
         QTest::newRow("http on 127.x") << u"http://127.8.9.10/"_s << u"http://127.8.9.10/api/token"_s;
         QTest::newRow("http on localhost") << u"http://localhost:9000"_s << u"http://localhost:9000/api/token"_s;
+        QTest::newRow("trailing slashes") << u"https://api.example.org/proxy//"_s << u"https://api.example.org/proxy/api/token"_s;
+        QTest::newRow("port and query kept apart") << u"http://127.0.0.1:8787/?x=1"_s << u"http://127.0.0.1:8787/api/token?x=1"_s;
         QTest::newRow("http on a network host") << u"http://api.example.org/live"_s << QString();
         QTest::newRow("host looking like loopback") << u"http://127.0.0.1.example.org/"_s << QString();
         QTest::newRow("other scheme") << u"ftp://127.0.0.1/"_s << QString();
@@ -226,12 +191,10 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("expected");
-        QTest::newRow("featuring") << "Night Drive (feat. Lou Vega)" << "night drive";
         QTest::newRow("ft") << "Night Drive (Ft Lou Vega)" << "night drive";
         QTest::newRow("remastered") << "Blue Hour (Remastered 2009)" << "blue hour";
         QTest::newRow("deluxe and bonus") << "Tides (Deluxe Edition) (Bonus Track)" << "tides";
         QTest::newRow("live in brackets") << "Harbour Lights [Live at the Olympia]" << "harbour lights";
-        QTest::newRow("live in parentheses") << "Harbour Lights (Live)" << "harbour lights";
         QTest::newRow("unbracketed remaster kept") << "Blue Hour - Remastered 2011" << "blue hour remastered 2011";
         QTest::newRow("other brackets kept") << "Song (Radio Edit)" << "song radio edit";
         QTest::newRow("hyphen joins") << "Jean-Loup" << "jeanloup";

@@ -80,42 +80,26 @@ private Q_SLOTS:
         QCOMPARE(m_authorization->currentStatus(), MusicAuthorization::Status::authorized);
     }
 
-    void stationPlaysTheProgrammeByTheClock_data()
-    {
-        QTest::addColumn<int>("elapsed");
-        QTest::addColumn<int>("index");
-        const QList<FakeStation::Item> programme = sandbox::programme();
-        const int count = static_cast<int>(programme.size());
-        for (int index = 0; index < count; ++index)
-            QTest::addRow("%d %s", index, qUtf8Printable(programme.at(index).title)) << index * period + period / 2 << index;
-        QTest::newRow("last item until the loop") << count * period - 1 << count - 1;
-        QTest::newRow("programme loops") << count * period << 0;
-    }
-    void stationPlaysTheProgrammeByTheClock()
-    {
-        QFETCH(int, elapsed);
-        QFETCH(int, index);
-        const FIPTrack track = trackOnAir(elapsed);
-        const FakeStation::Item item = sandbox::programme().at(index);
-        QCOMPARE(std::pair(track.title, track.artist), std::pair(item.title, item.artist));
-        const QDateTime slotStart = m_firstStart.addSecs(elapsed - elapsed % period);
-        QCOMPARE(track.startedAt, slotStart);
-        QCOMPARE(track.endsAt, std::optional(slotStart.addSecs(period)));
-        QCOMPARE(track.isMusicTrack, item.songUuid.has_value());
-        QCOMPARE(track.artworkURL.has_value(), item.cover.has_value());
-        if (track.artworkURL) {
-            const QImage cover = QImage::fromData(get(*track.artworkURL)).convertToFormat(QImage::Format_RGB32);
-            QVERIFY(cover == FakeStation::coverImage(*item.cover, QSize(400, 400)));
-        }
-    }
-
-    void catalogSongsLandInLibraryAndFipPlaylist()
+    // Slot by slot as the clock runs: what the station plays, and where the songs found land.
+    void playsTheProgrammeAndTakesItsSongs()
     {
         testing::LogCapture log;
+        const QList<FakeStation::Item> programme = sandbox::programme();
+        const int count = static_cast<int>(programme.size());
         QSet<QString> kinds;
         QStringList ids;
-        for (int index = 0; index < sandbox::programme().size(); ++index) {
-            const FIPTrack track = trackOnAir(index * period);
+        for (int index = 0; index < count; ++index) {
+            const FIPTrack track = trackOnAir(index * period + period / 2);
+            const FakeStation::Item &item = programme.at(index);
+            QCOMPARE(std::pair(track.title, track.artist), std::pair(item.title, item.artist));
+            QCOMPARE(track.startedAt, m_firstStart.addSecs(index * period));
+            QCOMPARE(track.endsAt, std::optional(track.startedAt.addSecs(period)));
+            QCOMPARE(track.isMusicTrack, item.songUuid.has_value());
+            QCOMPARE(track.artworkURL.has_value(), item.cover.has_value());
+            if (track.artworkURL) {
+                const QImage cover = QImage::fromData(get(*track.artworkURL)).convertToFormat(QImage::Format_RGB32);
+                QVERIFY(cover == FakeStation::coverImage(*item.cover, QSize(400, 400)));
+            }
             if (!track.isMusicTrack)
                 continue;
             const QList<CatalogMatch> matches = testing::waitFor(m_service->searchMatches(track.artist, track.title));
@@ -127,6 +111,11 @@ private Q_SLOTS:
             testing::waitFor(m_service->addSong(song));
             ids.append(song.id);
         }
+        // The last item plays until the programme loops, on the second.
+        const FIPTrack last = trackOnAir(count * period - 1);
+        QCOMPARE(std::pair(last.title, last.startedAt), std::pair(programme.last().title, m_firstStart.addSecs((count - 1) * period)));
+        const FIPTrack looped = trackOnAir(count * period);
+        QCOMPARE(std::pair(looped.title, looped.startedAt), std::pair(programme.first().title, m_firstStart.addSecs(count * period)));
         QCOMPARE(kinds, (QSet<QString>{"exact", "near", "missing"}));
         const auto &playlists = m_sandbox->appleMusic().playlists();
         // The demo's terminal tells each change once, when it happens: these lines follow the
