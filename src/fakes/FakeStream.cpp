@@ -3,7 +3,6 @@
 
 #include "FakeStream.h"
 
-#include <QRandomGenerator>
 #include <QRegularExpression>
 #include <QTcpSocket>
 #include <QtEndian>
@@ -142,9 +141,10 @@ void FakeStream::answer(QTcpSocket *socket, Listener &listener)
         return;
     }
     if (m_fault == Fault::garbage) {
-        QByteArray noise(64 * 1024, Qt::Uninitialized);
-        QRandomGenerator::global()->fillRange(reinterpret_cast<quint32 *>(noise.data()), noise.size() / 4);
-        socket->write("HTTP/1.0 200 OK\r\nContent-Type: audio/aac\r\n\r\n" + noise);
+        // What a captive portal sends in place of the stream. Not random bytes:
+        // those sometimes pass for MPEG audio frames and play as noise.
+        const QByteArray page = "<!DOCTYPE html><html><body><p>Connectez-vous au Wi-Fi</p></body></html>\n";
+        socket->write("HTTP/1.0 200 OK\r\nContent-Type: audio/aac\r\n\r\n" + page.repeated(512));
         socket->disconnectFromHost();
         return;
     }

@@ -24,6 +24,7 @@ void StreamPipeline::open(int attempt, const QUrl &url, float volume)
         m_player->setAudioOutput(m_output.get());
         connect(m_player.get(), &QMediaPlayer::mediaStatusChanged, this, &StreamPipeline::onStatusChanged);
         connect(m_player.get(), &QMediaPlayer::playbackStateChanged, this, &StreamPipeline::onStatusChanged);
+        connect(m_player.get(), &QMediaPlayer::hasAudioChanged, this, &StreamPipeline::onStatusChanged);
         connect(m_player.get(), &QMediaPlayer::errorOccurred, this,
                 [this](QMediaPlayer::Error, const QString &description) {
                     Q_EMIT failed(m_attempt, description.isEmpty() ? QStringLiteral("unreadable stream") : description);
@@ -55,7 +56,8 @@ void StreamPipeline::onStatusChanged()
         return;
     switch (m_player->mediaStatus()) {
     case QMediaPlayer::BufferedMedia:
-        if (m_player->playbackState() == QMediaPlayer::PlayingState)
+        // Buffered bytes are not sound yet: a page in place of the stream buffers too.
+        if (m_player->playbackState() == QMediaPlayer::PlayingState && m_player->hasAudio())
             Q_EMIT started(m_attempt);
         break;
     case QMediaPlayer::StalledMedia:

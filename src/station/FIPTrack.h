@@ -4,7 +4,6 @@
 #pragma once
 
 #include <QDateTime>
-#include <QJsonObject>
 #include <QMetaType>
 #include <QString>
 #include <QUrl>
@@ -37,14 +36,8 @@ public:
     QString albumOrEmpty() const;
     QUrl artworkURLOrEmpty() const;
 
-    QJsonObject toJson() const;
-    // Throws JsonError when a required key is missing or a key has the wrong type.
-    static FIPTrack fromJson(const QJsonObject &object);
-
     bool operator==(const FIPTrack &other) const = default;
 };
-
-size_t qHash(const FIPTrack &track, size_t seed = 0);
 
 } // namespace airnote
 
