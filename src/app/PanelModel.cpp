@@ -9,6 +9,8 @@
 
 #include <QCoreApplication>
 
+#include <utility>
+
 namespace airnote {
 
 PanelModel::PanelModel(FIPMetadataService *station, StationChoice *stations, SaveWorkflow *workflow,
@@ -18,10 +20,15 @@ PanelModel::PanelModel(FIPMetadataService *station, StationChoice *stations, Sav
     , m_stations(stations)
     , m_workflow(workflow)
     , m_history(history)
+    , m_historyRows(history)
     , m_updater(updater)
 {
     m_faceKey = faceKey();
-    connect(workflow, &SaveWorkflow::sheetChanged, this, &PanelModel::announceFace);
+    connect(workflow, &SaveWorkflow::sheetChanged, this, [this] {
+        if (std::exchange(m_leavesHistoryForSheet, false))
+            setShowsHistory(false);
+        announceFace();
+    });
 }
 
 FIPMetadataService *PanelModel::station() const
@@ -42,6 +49,11 @@ SaveWorkflow *PanelModel::workflow() const
 HistoryModel *PanelModel::history() const
 {
     return m_history;
+}
+
+HistoryFilter *PanelModel::historyRows()
+{
+    return &m_historyRows;
 }
 
 PanelModel::Face PanelModel::face() const
@@ -76,6 +88,7 @@ void PanelModel::onPanelAppear()
 
 void PanelModel::onShowHistory()
 {
+    m_leavesHistoryForSheet = false;
     if (!m_showsHistory)
         m_history->reload();
     setShowsHistory(true);
@@ -84,6 +97,17 @@ void PanelModel::onShowHistory()
 void PanelModel::onCloseHistory()
 {
     setShowsHistory(false);
+}
+
+void PanelModel::onRetry(const QString &recordID)
+{
+    const std::optional<FIPTrack> track = m_history->trackToRetry(recordID);
+    if (!track || m_workflow->sheet())
+        return;
+    // The history stays until the flow's first card replaces it, so the track
+    // on air does not flash between the two.
+    m_leavesHistoryForSheet = true;
+    m_workflow->saveTrack(*track);
 }
 
 void PanelModel::onCheckForUpdates()

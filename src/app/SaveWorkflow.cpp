@@ -78,7 +78,13 @@ QCoro::Task<> SaveWorkflow::saveCurrentTrack()
     if (!current || !current->isMusicTrack)
         co_return;
     const FIPTrack track = *current;
+    co_await saveTrack(track);
+}
 
+QCoro::Task<> SaveWorkflow::saveTrack(FIPTrack track)
+{
+    if (m_sheet || m_saveStarting)
+        co_return;
     QPointer<SaveWorkflow> self(this);
     m_saveStarting = true;
     std::optional<CaptureRecord> recent;

@@ -113,7 +113,9 @@ Rectangle {
         FaceFrame {
             HistoryView {
                 history: panel.model.history
+                rows: panel.model.historyRows
                 onClose: panel.model.onCloseHistory()
+                onRetry: recordID => panel.model.onRetry(recordID)
             }
         }
     }
