@@ -46,6 +46,11 @@ void HistoryFilter::setStatus(int status)
     Q_EMIT statusChanged();
 }
 
+QString HistoryFilter::recordIDAt(int row) const
+{
+    return index(row, 0).data(HistoryModel::IdRole).toString();
+}
+
 bool HistoryFilter::filterAcceptsRow(int sourceRow, const QModelIndex &sourceParent) const
 {
     const QModelIndex row = sourceModel()->index(sourceRow, 0, sourceParent);

@@ -28,6 +28,9 @@ public:
     int status() const;
     void setStatus(int status);
 
+    // The record shown at row, empty past the last.
+    Q_INVOKABLE QString recordIDAt(int row) const;
+
 Q_SIGNALS:
     void queryChanged();
     void statusChanged();

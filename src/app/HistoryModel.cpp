@@ -129,12 +129,11 @@ void HistoryModel::onCopy(const QString &recordID)
     }
 }
 
-void HistoryModel::onOpen(const QString &recordID)
+bool HistoryModel::onOpen(const QString &recordID)
 {
     const Row *row = rowWithID(recordID);
     const QUrl link = row ? appleMusicLink(row->record) : QUrl();
-    if (!link.isEmpty())
-        QDesktopServices::openUrl(link);
+    return !link.isEmpty() && QDesktopServices::openUrl(link);
 }
 
 void HistoryModel::onExport(const QUrl &file)

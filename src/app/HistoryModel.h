@@ -68,7 +68,8 @@ public:
     std::optional<FIPTrack> trackToRetry(const QString &recordID) const;
 
     Q_INVOKABLE void onCopy(const QString &recordID);
-    Q_INVOKABLE void onOpen(const QString &recordID);
+    // False for a row with no song to open.
+    Q_INVOKABLE bool onOpen(const QString &recordID);
     Q_INVOKABLE void onExport(const QUrl &file);
 
     // Writes the history to path and tells the outcome in exportMessage.

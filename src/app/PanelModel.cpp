@@ -110,6 +110,14 @@ void PanelModel::onRetry(const QString &recordID)
     m_workflow->saveTrack(*track);
 }
 
+void PanelModel::onRowAction(const QString &recordID)
+{
+    if (m_history->trackToRetry(recordID))
+        onRetry(recordID);
+    else if (!m_history->onOpen(recordID))
+        m_history->onCopy(recordID);
+}
+
 void PanelModel::onCheckForUpdates()
 {
     m_updater->checkForUpdates();

@@ -61,6 +61,9 @@ public:
     // Runs the save flow again for a note for later or a failed save: the
     // history gives way to the flow's sheet.
     Q_INVOKABLE void onRetry(const QString &recordID);
+    // A row's main action, the one Return runs: try again what is left to do,
+    // open what was saved, copy the rest.
+    Q_INVOKABLE void onRowAction(const QString &recordID);
     Q_INVOKABLE void onCheckForUpdates();
     Q_INVOKABLE void onQuit();
 

@@ -23,16 +23,7 @@ Item {
 
     signal close()
     signal retry(string recordID)
-
-    // The row's main action, the one Return runs.
-    function act(recordID: string, status: int) {
-        if (status === HistoryModel.Saved)
-            view.history.onOpen(recordID)
-        else if (status === HistoryModel.NoMatch || status === HistoryModel.SaveFailed)
-            view.retry(recordID)
-        else
-            view.history.onCopy(recordID)
-    }
+    signal rowAction(string recordID)
 
     // Keeps the elapsed times current while the list is on screen.
     Timer {
@@ -50,7 +41,7 @@ Item {
         onActivated: view.close()
     }
     Shortcut {
-        sequences: [StandardKey.Find]
+        sequences: ["Ctrl+F"]
         enabled: view.enabled
         onActivated: search.forceActiveFocus()
     }
@@ -66,8 +57,8 @@ Item {
     }
     Shortcut {
         sequences: ["Return", "Enter"]
-        enabled: view.enabled && list.currentItem !== null
-        onActivated: list.currentItem.act()
+        enabled: view.enabled && list.currentIndex >= 0
+        onActivated: view.rowAction(view.rows.recordIDAt(list.currentIndex))
     }
 
     SaveFileDialog {
@@ -212,17 +203,12 @@ Item {
             delegate: RowLayout {
                 id: row
 
-                required property int index
                 required property string fipTitle
                 required property string fipArtist
                 required property date timestamp
                 required property int status
                 required property string recordID
                 readonly property bool retryable: status === HistoryModel.NoMatch || status === HistoryModel.SaveFailed
-
-                function act() {
-                    view.act(row.recordID, row.status)
-                }
 
                 objectName: "historyRow"
                 width: ListView.view.width - (list.scrolls ? list.ScrollBar.vertical.width + 4 : 0)

@@ -116,6 +116,7 @@ Rectangle {
                 rows: panel.model.historyRows
                 onClose: panel.model.onCloseHistory()
                 onRetry: recordID => panel.model.onRetry(recordID)
+                onRowAction: recordID => panel.model.onRowAction(recordID)
             }
         }
     }
