@@ -11,9 +11,11 @@
 #include "music/AppleMusicService.h"
 
 #include <QClipboard>
+#include <QCoroFuture>
 #include <QDesktopServices>
 #include <QGuiApplication>
 #include <QPointer>
+#include <QtConcurrent/QtConcurrentRun>
 
 #include <algorithm>
 #include <utility>
@@ -173,14 +175,12 @@ QCoro::Task<> HistoryModel::load()
         // Listed as empty, with the reason; the next reload reads the file again.
         unreadable = tr("Historique illisible : %1").arg(error.localizedDescription());
     }
+    // Normalised once here, so that each keystroke in the search field only compares.
+    QFuture<QList<Row>> normalizing = QtConcurrent::run(&HistoryModel::rowsNewestFirst, records);
+    QList<Row> rows = co_await normalizing;
     if (!self)
         co_return;
     m_loading = false;
-    QList<Row> rows;
-    rows.reserve(records.size());
-    // Normalised once here, so that each keystroke in the search field only compares.
-    for (auto record = records.crbegin(); record != records.crend(); ++record)
-        rows.append(Row{*record, normalize(record->fipArtist()), normalize(record->fipTitle())});
     const bool countChanges = rows.size() != m_newestFirst.size();
     beginResetModel();
     m_newestFirst = std::move(rows);
@@ -191,6 +191,15 @@ QCoro::Task<> HistoryModel::load()
     Q_EMIT loaded();
     if (std::exchange(m_reloadAsked, false))
         load();
+}
+
+QList<HistoryModel::Row> HistoryModel::rowsNewestFirst(const QList<CaptureRecord> &records)
+{
+    QList<Row> rows;
+    rows.reserve(records.size());
+    for (auto record = records.crbegin(); record != records.crend(); ++record)
+        rows.append(Row{*record, normalize(record->fipArtist()), normalize(record->fipTitle())});
+    return rows;
 }
 
 const HistoryModel::Row *HistoryModel::rowWithID(const QString &recordID) const

@@ -88,6 +88,8 @@ private:
         QString normalizedTitle;
     };
 
+    // Runs on a pool thread: normalising 10,000 records takes tens of milliseconds.
+    static QList<Row> rowsNewestFirst(const QList<CaptureRecord> &records);
     QCoro::Task<> load();
     const Row *rowWithID(const QString &recordID) const;
     QUrl appleMusicLink(const CaptureRecord &record) const;
