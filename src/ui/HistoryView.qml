@@ -183,9 +183,11 @@ Item {
 
             visible: view.rows.count > 0
             Layout.fillWidth: true
-            implicitHeight: Math.min(contentHeight, 280)
+            implicitHeight: Math.min(contentHeight + topMargin, 280)
             spacing: 6
             clip: true
+            // The accent of a capital (É) rises above the first title's line box.
+            topMargin: 3
             boundsBehavior: Flickable.StopAtBounds
             model: view.rows
             currentIndex: -1
