@@ -20,6 +20,7 @@
 
 #include <QApplication>
 #include <QBuffer>
+#include <QClipboard>
 #include <QDir>
 #include <QFile>
 #include <QJsonArray>
@@ -653,6 +654,8 @@ private Q_SLOTS:
         QVERIFY(isVisible(rows[0], u"retryButton"_s));
         QVERIFY(!isVisible(rows[0], u"openButton"_s));
         saveScreenshot(panel.grab(), "filtered");
+        click(panel.window(), itemNamed(rows[0], u"copyButton"_s));
+        QTRY_COMPARE(QGuiApplication::clipboard()->text(), u"Mira & Sol — Échec de sauvegarde"_s);
 
         QTest::keyClick(&panel.window(), Qt::Key_Down);
         QTest::keyClick(&panel.window(), Qt::Key_Return);
