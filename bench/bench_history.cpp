@@ -6,7 +6,6 @@
 #include "history/CaptureFile.h"
 #include "history/CaptureStore.h"
 
-#include <QCoreApplication>
 #include <QTemporaryDir>
 
 #include <benchmark/benchmark.h>
@@ -142,15 +141,3 @@ BENCHMARK(firstAppendAfterDuplicateCheck)->Apply(sizes);
 BENCHMARK(firstLoadAll)->Apply(sizes);
 BENCHMARK(recentSaveFiveMinutes)->Apply(sizes);
 BENCHMARK(recentSaveWholeHistory)->Apply(sizes);
-
-int main(int argc, char **argv)
-{
-    // The awaits resume through the event loop.
-    QCoreApplication application(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-        return 1;
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}

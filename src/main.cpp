@@ -3,6 +3,7 @@
 
 #include "app/AirnoteApp.h"
 #include "app/CommandLine.h"
+#include "app/HistoryExport.h"
 #include "app/MediaSession.h"
 #include "app/Translations.h"
 #include "core/Endpoints.h"
@@ -47,6 +48,19 @@ int main(int argc, char *argv[])
         const QCoreApplication terminal(argc, argv);
         SingleInstance().sendToRunningInstance(handoverMessage(options));
         return 0;
+    }
+
+    // Needs no display either: a running instance writes it, else this process alone.
+    if (options.action == Action::exportHistory) {
+        const QCoreApplication terminal(argc, argv);
+        const Translations translations(chooseLanguage());
+        if (const std::optional<QString> refused = HistoryExport::refusal(options.exportPath)) {
+            std::fprintf(stderr, "airnote: %s\n", qUtf8Printable(*refused));
+            return 2;
+        }
+        if (SingleInstance().sendToRunningInstance(handoverMessage(options)))
+            return 0;
+        return HistoryExport::runAlone(options.exportPath);
     }
 
     if (!options.station.isEmpty() && !stationWithKey(options.station)) {

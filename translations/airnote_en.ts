@@ -15,6 +15,62 @@
         <source>Aucune capture pour l&apos;instant.</source>
         <translation>No captures yet.</translation>
     </message>
+    <message>
+        <source>Exporter…</source>
+        <translation>Export…</translation>
+    </message>
+    <message>
+        <source>Exporter l&apos;historique</source>
+        <translation>Export the history</translation>
+    </message>
+    <message>
+        <source>historique-airnote.csv</source>
+        <translation>airnote-history.csv</translation>
+    </message>
+    <message>
+        <source>Rechercher un artiste ou un titre</source>
+        <translation>Search an artist or a title</translation>
+    </message>
+    <message>
+        <source>Tout</source>
+        <translation>All</translation>
+    </message>
+    <message>
+        <source>Sauvés</source>
+        <translation>Saved</translation>
+    </message>
+    <message>
+        <source>Pour plus tard</source>
+        <translation>For later</translation>
+    </message>
+    <message>
+        <source>Échecs</source>
+        <translation>Failed</translation>
+    </message>
+    <message>
+        <source>Notés</source>
+        <translation>Noted</translation>
+    </message>
+    <message>
+        <source>Réessayer, ouvrir et exporter sont indisponibles tant que le fichier n&apos;est pas réparé.</source>
+        <translation>Retry, open and export are unavailable until the file is repaired.</translation>
+    </message>
+    <message>
+        <source>Aucune capture ne correspond.</source>
+        <translation>No capture matches.</translation>
+    </message>
+    <message>
+        <source>Réessayer</source>
+        <translation>Retry</translation>
+    </message>
+    <message>
+        <source>Ouvrir dans Apple Music</source>
+        <translation>Open in Apple Music</translation>
+    </message>
+    <message>
+        <source>Copier</source>
+        <translation>Copy</translation>
+    </message>
 </context>
 <context>
     <name>ListeningBar</name>
@@ -173,6 +229,40 @@
     </message>
 </context>
 <context>
+    <name>airnote::HistoryExport</name>
+    <message>
+        <source>Export impossible : aucun fichier indiqué</source>
+        <translation>Cannot export: no file given</translation>
+    </message>
+    <message>
+        <source>Export impossible : %1 est un dossier</source>
+        <translation>Cannot export: %1 is a folder</translation>
+    </message>
+    <message>
+        <source>Export impossible : le dossier %1 n&apos;existe pas</source>
+        <translation>Cannot export: the folder %1 does not exist</translation>
+    </message>
+    <message>
+        <source>Export impossible : %1</source>
+        <translation>Cannot export: %1</translation>
+    </message>
+    <message>
+        <source>Historique illisible, rien n&apos;est exporté : %1</source>
+        <translation>Unreadable history, nothing exported: %1</translation>
+    </message>
+</context>
+<context>
+    <name>airnote::HistoryModel</name>
+    <message>
+        <source>Historique exporté dans %1</source>
+        <translation>History exported to %1</translation>
+    </message>
+    <message>
+        <source>Historique illisible : %1</source>
+        <translation>Unreadable history: %1</translation>
+    </message>
+</context>
+<context>
     <name>airnote::RelativeTime</name>
     <message>
         <source>à l&apos;instant</source>
@@ -212,6 +302,13 @@
             <numerusform>%n yr. ago</numerusform>
             <numerusform>%n yr. ago</numerusform>
         </translation>
+    </message>
+</context>
+<context>
+    <name>airnote::SaveFileDialog</name>
+    <message>
+        <source>CSV (*.csv)</source>
+        <translation>CSV (*.csv)</translation>
     </message>
 </context>
 <context>

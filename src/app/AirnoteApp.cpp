@@ -38,7 +38,7 @@ AirnoteApp::AirnoteApp(Services services, QObject *parent)
     , m_stations(m_services.fip, m_services.settingsFile)
     , m_player(m_services.settingsFile)
     , m_workflow(m_services.fip, m_services.music, m_services.store.get())
-    , m_history(m_services.store.get())
+    , m_history(m_services.store.get(), m_services.music)
     , m_panel(m_services.fip, &m_stations, &m_player, &m_workflow, &m_history, m_services.updater)
 {
     for (QObject *service : std::initializer_list<QObject *>{m_services.fip, m_services.music,

@@ -7,6 +7,8 @@
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QFileInfo>
+#include <QUrl>
 
 #include <cstdio>
 
@@ -19,13 +21,14 @@ namespace {
 
 using Action = LaunchOptions::Action;
 
-const std::array<std::pair<Action, QLatin1String>, 5> &actionNames()
+const std::array<std::pair<Action, QLatin1String>, 6> &actionNames()
 {
-    static const std::array<std::pair<Action, QLatin1String>, 5> names{{
+    static const std::array<std::pair<Action, QLatin1String>, 6> names{{
         {Action::none, QLatin1String("none")},
         {Action::show, QLatin1String("show")},
         {Action::save, QLatin1String("save")},
         {Action::history, QLatin1String("history")},
+        {Action::exportHistory, QLatin1String("export")},
         {Action::quit, QLatin1String("quit")},
     }};
     return names;
@@ -45,6 +48,8 @@ struct Parser
     QCommandLineOption history{QStringLiteral("history"), QStringLiteral("Open the capture history.")};
     QCommandLineOption quit{QStringLiteral("quit"), QStringLiteral("End the running program.")};
     QCommandLineOption windowed{QStringLiteral("windowed"), QStringLiteral("Show the panel in an ordinary window.")};
+    QCommandLineOption exportHistory{QStringLiteral("export-history"),
+                                     QStringLiteral("Write the capture history to a CSV file."), QStringLiteral("file")};
     QCommandLineOption station{QStringLiteral("station"),
                                QStringLiteral("Follow FIP or one of its webradios: %1.").arg(stationKeys()),
                                QStringLiteral("name")};
@@ -52,7 +57,7 @@ struct Parser
     Parser()
     {
         parser.setApplicationDescription(QStringLiteral("Shows what FIP plays and keeps tracks in Apple Music."));
-        parser.addOptions({show, save, history, quit, windowed, station});
+        parser.addOptions({show, save, history, exportHistory, quit, windowed, station});
     }
 };
 
@@ -73,11 +78,16 @@ LaunchOptions parseCommandLine(const QStringList &arguments)
         options.request = LaunchOptions::Request::version;
     options.windowed = command.parser.isSet(command.windowed);
     options.station = command.parser.value(command.station);
+    // Absolute here: the running instance that writes it has another working folder.
+    if (command.parser.isSet(command.exportHistory))
+        options.exportPath = QFileInfo(command.parser.value(command.exportHistory)).absoluteFilePath();
     // When several are given, the strongest wins: quitting beats acting.
     if (command.parser.isSet(command.quit))
         options.action = Action::quit;
     else if (command.parser.isSet(command.save))
         options.action = Action::save;
+    else if (command.parser.isSet(command.exportHistory))
+        options.action = Action::exportHistory;
     else if (command.parser.isSet(command.history))
         options.action = Action::history;
     else if (command.parser.isSet(command.show))
@@ -114,6 +124,9 @@ QString handoverMessage(const LaunchOptions &options)
     }
     if (!options.station.isEmpty())
         message += QStringLiteral(" station=") + options.station;
+    // Last and percent-encoded, so that a path with blanks stays one word.
+    if (options.action == Action::exportHistory)
+        message += QStringLiteral(" path=") + QString::fromLatin1(QUrl::toPercentEncoding(options.exportPath));
     return message;
 }
 
@@ -126,8 +139,13 @@ LaunchOptions fromHandoverMessage(const QString &message)
             options.action = value;
     }
     const QString stationPrefix = QStringLiteral("station=");
-    if (words.size() > 1 && words.at(1).startsWith(stationPrefix))
-        options.station = words.at(1).mid(stationPrefix.size());
+    const QString pathPrefix = QStringLiteral("path=");
+    for (const QString &word : words.mid(1)) {
+        if (word.startsWith(stationPrefix))
+            options.station = word.mid(stationPrefix.size());
+        else if (word.startsWith(pathPrefix))
+            options.exportPath = QUrl::fromPercentEncoding(word.mid(pathPrefix.size()).toLatin1());
+    }
     return options;
 }
 

@@ -12,12 +12,13 @@ namespace airnote {
 // `station` to the running instance; the first one performs them itself.
 struct LaunchOptions
 {
-    enum class Action { none, show, save, history, quit };
+    enum class Action { none, show, save, history, exportHistory, quit };
     // What only the terminal needs answered: no display, no session bus.
     enum class Request { run, help, version, misuse };
 
     Action action = Action::none;
     QString station;  // a station's key, or empty to keep the one chosen
+    QString exportPath;  // for Action::exportHistory, absolute
     bool windowed = false;
     Request request = Request::run;
     QString misuse;  // the parser's complaint, for Request::misuse
@@ -31,7 +32,8 @@ LaunchOptions parseCommandLine(const QStringList &arguments);
 // the exit status, 2 for a misuse. Needs a QCoreApplication for the usage line.
 int answerInTerminal(const LaunchOptions &options);
 
-// What a later start sends the running instance: the action and the station.
+// What a later start sends the running instance: the action, the station and
+// the export's path.
 QString handoverMessage(const LaunchOptions &options);
 LaunchOptions fromHandoverMessage(const QString &message);
 

@@ -9,6 +9,8 @@
 
 #include <QCoreApplication>
 
+#include <utility>
+
 namespace airnote {
 
 PanelModel::PanelModel(FIPMetadataService *station, StationChoice *stations, StationPlayer *player,
@@ -19,10 +21,15 @@ PanelModel::PanelModel(FIPMetadataService *station, StationChoice *stations, Sta
     , m_player(player)
     , m_workflow(workflow)
     , m_history(history)
+    , m_historyRows(history)
     , m_updater(updater)
 {
     m_faceKey = faceKey();
-    connect(workflow, &SaveWorkflow::sheetChanged, this, &PanelModel::announceFace);
+    connect(workflow, &SaveWorkflow::sheetChanged, this, [this] {
+        if (std::exchange(m_leavesHistoryForSheet, false))
+            setShowsHistory(false);
+        announceFace();
+    });
 }
 
 FIPMetadataService *PanelModel::station() const
@@ -48,6 +55,11 @@ SaveWorkflow *PanelModel::workflow() const
 HistoryModel *PanelModel::history() const
 {
     return m_history;
+}
+
+HistoryFilter *PanelModel::historyRows()
+{
+    return &m_historyRows;
 }
 
 PanelModel::Face PanelModel::face() const
@@ -82,6 +94,7 @@ void PanelModel::onPanelAppear()
 
 void PanelModel::onShowHistory()
 {
+    m_leavesHistoryForSheet = false;
     if (!m_showsHistory)
         m_history->reload();
     setShowsHistory(true);
@@ -90,6 +103,25 @@ void PanelModel::onShowHistory()
 void PanelModel::onCloseHistory()
 {
     setShowsHistory(false);
+}
+
+void PanelModel::onRetry(const QString &recordID)
+{
+    const std::optional<FIPTrack> track = m_history->trackToRetry(recordID);
+    if (!track || m_workflow->sheet())
+        return;
+    // The history stays until the flow's first card replaces it, so the track
+    // on air does not flash between the two.
+    m_leavesHistoryForSheet = true;
+    m_workflow->saveTrack(*track);
+}
+
+void PanelModel::onRowAction(const QString &recordID)
+{
+    if (m_history->trackToRetry(recordID))
+        onRetry(recordID);
+    else if (!m_history->onOpen(recordID))
+        m_history->onCopy(recordID);
 }
 
 void PanelModel::onCheckForUpdates()

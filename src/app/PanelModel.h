@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include "app/HistoryFilter.h"
+
 #include <QObject>
 #include <QString>
 
@@ -32,6 +34,8 @@ class PanelModel : public QObject
     Q_PROPERTY(airnote::StationPlayer *player READ player CONSTANT)
     Q_PROPERTY(airnote::SaveWorkflow *workflow READ workflow CONSTANT)
     Q_PROPERTY(airnote::HistoryModel *history READ history CONSTANT)
+    // The history's rows as the search field filters them.
+    Q_PROPERTY(airnote::HistoryFilter *historyRows READ historyRows CONSTANT)
     Q_PROPERTY(Face face READ face NOTIFY faceChanged)
     // Changes exactly when the panel cross-fades to a new face: the face, or
     // for a sheet, the sheet's id.
@@ -49,6 +53,7 @@ public:
     StationPlayer *player() const;
     SaveWorkflow *workflow() const;
     HistoryModel *history() const;
+    HistoryFilter *historyRows();
     Face face() const;
     QString faceKey() const;
 
@@ -57,6 +62,12 @@ public:
     Q_INVOKABLE void onPanelAppear();
     Q_INVOKABLE void onShowHistory();
     Q_INVOKABLE void onCloseHistory();
+    // Runs the save flow again for a note for later or a failed save: the
+    // history gives way to the flow's sheet.
+    Q_INVOKABLE void onRetry(const QString &recordID);
+    // A row's main action, the one Return runs: try again what is left to do,
+    // open what was saved, copy the rest.
+    Q_INVOKABLE void onRowAction(const QString &recordID);
     Q_INVOKABLE void onCheckForUpdates();
     Q_INVOKABLE void onQuit();
 
@@ -75,8 +86,10 @@ private:
     StationPlayer *m_player;
     SaveWorkflow *m_workflow;
     HistoryModel *m_history;
+    HistoryFilter m_historyRows;
     UpdateChecker *m_updater;
     bool m_showsHistory = false;
+    bool m_leavesHistoryForSheet = false;
     QString m_faceKey;
 };
 

@@ -70,15 +70,20 @@ void SaveWorkflow::setHoldUnit(std::chrono::milliseconds unit)
 
 QCoro::Task<> SaveWorkflow::saveCurrentTrack()
 {
-    // The button is only on the now-playing face, but a desktop shortcut or a
-    // double press can ask again before the first state shows: one run at a time.
-    if (m_sheet || m_saveStarting)
-        co_return;
     const std::optional<FIPTrack> &current = m_fip->current();
     if (!current || !current->isMusicTrack)
         co_return;
     const FIPTrack track = *current;
+    co_await saveTrack(track);
+}
 
+QCoro::Task<> SaveWorkflow::saveTrack(FIPTrack track)
+{
+    // The button is only on the now-playing face, but a desktop shortcut, a
+    // retry from the history or a double press can ask again before the first
+    // state shows: one run at a time.
+    if (m_sheet || m_saveStarting)
+        co_return;
     QPointer<SaveWorkflow> self(this);
     m_saveStarting = true;
     std::optional<CaptureRecord> recent;

@@ -47,6 +47,8 @@ public:
     // holds; nothing cancels it, and callers drop the task.
     // Saves the track on air unless a flow is already on screen or starting.
     QCoro::Task<> saveCurrentTrack();
+    // The same flow for a track of the listener's choosing (one from the history).
+    QCoro::Task<> saveTrack(FIPTrack track);
     QCoro::Task<> confirmSave(FIPTrack track, CatalogMatch match);
     QCoro::Task<> logForLater(FIPTrack track);
     void cancelSheet();

@@ -235,6 +235,11 @@ QCoro::Task<QList<Song>> AppleMusicService::searchCatalog(QString term)
     co_return catalogSongs(response.data);
 }
 
+QString AppleMusicService::knownStorefront() const
+{
+    return m_storefront.value_or(defaultStorefront);
+}
+
 QCoro::Task<QString> AppleMusicService::storefront()
 {
     if (m_storefront) {

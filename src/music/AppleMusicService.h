@@ -62,6 +62,8 @@ public:
     const std::optional<CachedToken> &cachedDeveloperToken() const;
 
     MusicAuthorization::Status authStatus() const;
+    // The listener's storefront once a request has asked for it, else the French one.
+    QString knownStorefront() const;
     void setAuthStatus(MusicAuthorization::Status status);
 
     // From the token backend, or from the memory cache while it outlives now by

@@ -15,7 +15,8 @@ namespace airnote {
 
 namespace {
 
-constexpr qsizetype maximumActionLength = 64;
+// Room for an export path, percent-encoded: up to three bytes for each of PATH_MAX.
+constexpr qsizetype maximumActionLength = 16 * 1024;
 constexpr int answerTimeoutMilliseconds = 2000;
 constexpr unsigned long retryMilliseconds = 50;
 

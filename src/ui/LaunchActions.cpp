@@ -34,6 +34,9 @@ void LaunchActions::perform(const LaunchOptions &options)
         m_app->panel()->onShowHistory();
         showPanel();
         return;
+    case Action::exportHistory:
+        m_app->history()->exportTo(options.exportPath);
+        return;
     case Action::save:
         showPanel();
         m_app->workflow()->saveOnceTrackArrives();

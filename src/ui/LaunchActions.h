@@ -14,7 +14,7 @@ class PanelHost;
 class TrayDock;
 
 // Carries out what a start of the program asked for (--station, then --show,
-// --save, --history or --quit), whether from this process or handed over by a
+// --save, --history, --export-history or --quit), whether from this process or handed over by a
 // later one.
 class LaunchActions : public QObject
 {

@@ -114,7 +114,10 @@ Rectangle {
         FaceFrame {
             HistoryView {
                 history: panel.model.history
+                rows: panel.model.historyRows
                 onClose: panel.model.onCloseHistory()
+                onRetry: recordID => panel.model.onRetry(recordID)
+                onRowAction: recordID => panel.model.onRowAction(recordID)
             }
         }
     }

@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "app/HistoryFilter.h"
 #include "app/HistoryModel.h"
 #include "app/PanelModel.h"
 #include "app/SaveWorkflow.h"
@@ -60,6 +61,14 @@ struct HistoryModelType
     QML_FOREIGN(airnote::HistoryModel)
     QML_NAMED_ELEMENT(HistoryModel)
     QML_UNCREATABLE("The application owns the history.")
+};
+
+struct HistoryFilterType
+{
+    Q_GADGET
+    QML_FOREIGN(airnote::HistoryFilter)
+    QML_NAMED_ELEMENT(HistoryFilter)
+    QML_UNCREATABLE("The panel model owns the history's filter.")
 };
 
 struct UpdateCheckerType

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 
 #include "app/AirnoteApp.h"
+#include "app/HistoryFilter.h"
 #include "app/StationChoice.h"
 #include "app/CommandLine.h"
 #include "app/MediaSession.h"
@@ -50,6 +51,14 @@ QByteArray stationDocument(const QString &title, const QString &artist, bool mus
     return QJsonDocument(QJsonObject{{u"now"_s, now}}).toJson();
 }
 
+CaptureRecord pastRecord(const QString &artist, const QString &title, CaptureRecord::Status status, int secondsAgo = 60)
+{
+    const bool saved = status == CaptureRecord::Status::saved;
+    return CaptureRecord(QUuid::createUuid(), QDateTime::currentDateTimeUtc().addSecs(-secondsAgo), artist, title,
+                         std::nullopt, saved ? std::optional(u"1712000001"_s) : std::nullopt,
+                         saved ? std::optional(0.9) : std::nullopt, status, std::nullopt);
+}
+
 } // namespace
 
 // The save workflow and the panel model driven through the real services,
@@ -84,6 +93,26 @@ private:
     // Through the app's own store, which runs one operation at a time: every
     // append the flow started has landed before this read.
     QList<CaptureRecord> history() { return testing::waitFor(m_app->store()->loadAll()); }
+
+    void seedHistory(const QList<CaptureRecord> &records)
+    {
+        CaptureStore store(m_home.path());
+        for (const CaptureRecord &record : records)
+            testing::waitFor(store.append(record));
+    }
+
+    void showHistory()
+    {
+        QSignalSpy loaded(m_app->history(), &HistoryModel::loaded);
+        m_app->panel()->onShowHistory();
+        // The store may answer before the call returns.
+        QTRY_COMPARE(loaded.size(), 1);
+    }
+
+    QVariant historyData(int row, HistoryModel::Role role)
+    {
+        return m_app->history()->index(row).data(role);
+    }
 
     void waitForPreview()
     {
@@ -355,19 +384,108 @@ private Q_SLOTS:
         QCOMPARE(faces.size(), 1);
     }
 
+    // A note for later or a failed save is tried again under the row's own
+    // names, not the track on air, behind the same duplicate guard.
+    void retriesARowOfTheHistory_data()
+    {
+        QTest::addColumn<int>("savedSecondsAgo");  // a save of the same song, -1 for none
+        QTest::addColumn<bool>("refused");
+        QTest::newRow("never saved") << -1 << false;
+        QTest::newRow("saved 290 s ago") << 290 << true;
+        QTest::newRow("saved 310 s ago") << 310 << false;
+    }
+
+    void retriesARowOfTheHistory()
+    {
+        QFETCH(int, savedSecondsAgo);
+        QFETCH(bool, refused);
+        QList<CaptureRecord> seeded{pastRecord(u"Mira & Sol"_s, u"Harbour Lights"_s, CaptureRecord::Status::noMatch)};
+        if (savedSecondsAgo >= 0)
+            seeded.prepend(pastRecord(u"MIRA & SOL"_s, u"Harbour Lights (Live)"_s, CaptureRecord::Status::saved, savedSecondsAgo));
+        seedHistory(seeded);
+        m_music->setStorefront(u"ch"_s);
+        startApp(stationDocument(u"Autre chose"_s, u"Quelqu'un"_s));
+        showHistory();
+        QCOMPARE(historyData(0, HistoryModel::StatusRole).toInt(), int(HistoryModel::NoMatch));
+        m_faces.clear();
+        m_app->panel()->onRetry(historyData(0, HistoryModel::IdRole).toString());
+
+        if (refused) {
+            waitForNowPlaying();
+            QCOMPARE(m_faces.first(), u"already-Harbour Lights-Mira & Sol"_s);
+            QCOMPARE(m_music->requestsTo(Endpoint::catalogSearch).size(), 0);
+            QCOMPARE(history(), seeded);
+            return;
+        }
+        waitForPreview();
+        const QList<HttpRequest> searches = m_music->requestsTo(Endpoint::catalogSearch);
+        QCOMPARE(searches.size(), 1);
+        QCOMPARE(searches[0].query.queryItemValue(u"term"_s, QUrl::FullyEncoded), u"Mira+%26+Sol+Harbour+Lights"_s);
+        m_app->workflow()->onConfirm(u"1712000001"_s);
+        waitForNowPlaying();
+        const QList<CaptureRecord> records = history();
+        QCOMPARE(records.size(), seeded.size() + 1);
+        QCOMPARE(records.mid(0, seeded.size()), seeded);
+        QCOMPARE(records.last().statusText(), u"saved"_s);
+        QCOMPARE(records.last().fipTitle(), u"Harbour Lights"_s);
+
+        // The saved row links to the song in the storefront the search used.
+        showHistory();
+        QCOMPARE(historyData(0, HistoryModel::AppleMusicLinkRole).toUrl(),
+                 QUrl(u"https://music.apple.com/ch/song/1712000001"_s));
+        QCOMPARE(historyData(1, HistoryModel::AppleMusicLinkRole).toUrl(), QUrl());
+    }
+
+    void filtersTheHistory_data()
+    {
+        QTest::addColumn<QString>("query");
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QStringList>("titles");
+        QTest::newRow("artist without accents") << u"bjork"_s << -1 << QStringList{u"Jóga"_s};
+        QTest::newRow("title in capitals") << u"JOGA"_s << -1 << QStringList{u"Jóga"_s};
+        QTest::newRow("accent where the name has none") << u"Hârbour"_s << -1 << QStringList{u"Harbour Lights"_s};
+        QTest::newRow("part of a name") << u"yonc"_s << -1 << QStringList{u"Crazy in Love"_s};
+        QTest::newRow("outcome only") << QString() << int(HistoryModel::SaveFailed) << QStringList{u"Crazy in Love"_s};
+        QTest::newRow("name and another outcome") << u"bjork"_s << int(HistoryModel::Saved) << QStringList{};
+    }
+
+    void filtersTheHistory()
+    {
+        QFETCH(QString, query);
+        QFETCH(int, status);
+        QFETCH(QStringList, titles);
+        seedHistory({pastRecord(u"Mira & Sol"_s, u"Harbour Lights"_s, CaptureRecord::Status::saved),
+                     pastRecord(u"BEYONCÉ"_s, u"Crazy in Love"_s, CaptureRecord::Status::saveFailed),
+                     pastRecord(u"Björk"_s, u"Jóga"_s, CaptureRecord::Status::noMatch)});
+        startApp(stationDocument(u"Harbour Lights"_s, u"Mira & Sol"_s));
+        showHistory();
+        HistoryFilter *rows = m_app->panel()->historyRows();
+        rows->setQuery(query);
+        rows->setStatus(status);
+        QStringList shown;
+        for (int row = 0; row < rows->rowCount(); ++row)
+            shown.append(rows->index(row, 0).data(HistoryModel::TitleRole).toString());
+        QCOMPARE(shown, titles);
+    }
+
     void parsesTheCommandLine_data()
     {
         QTest::addColumn<QStringList>("arguments");
         QTest::addColumn<LaunchOptions::Action>("action");
         QTest::addColumn<bool>("windowed");
         QTest::addColumn<QString>("station");
-        QTest::newRow("nothing") << QStringList{} << LaunchOptions::Action::none << false << QString();
-        QTest::newRow("save") << QStringList{u"--save"_s} << LaunchOptions::Action::save << false << QString();
+        QTest::addColumn<QString>("exportPath");
+        QTest::newRow("nothing") << QStringList{} << LaunchOptions::Action::none << false << QString() << QString();
+        QTest::newRow("save") << QStringList{u"--save"_s} << LaunchOptions::Action::save << false << QString() << QString();
         QTest::newRow("history windowed") << QStringList{u"--history"_s, u"--windowed"_s} << LaunchOptions::Action::history
-                                          << true << QString();
-        QTest::newRow("quit wins") << QStringList{u"--save"_s, u"--quit"_s} << LaunchOptions::Action::quit << false << QString();
+                                          << true << QString() << QString();
+        QTest::newRow("quit wins") << QStringList{u"--save"_s, u"--quit"_s} << LaunchOptions::Action::quit << false << QString() << QString();
         QTest::newRow("station, then save") << QStringList{u"--station"_s, u"fipjazz"_s, u"--save"_s}
-                                            << LaunchOptions::Action::save << false << u"fipjazz"_s;
+                                            << LaunchOptions::Action::save << false << u"fipjazz"_s << QString();
+        QTest::newRow("export, a relative path with blanks")
+            << QStringList{u"--station"_s, u"fiprock"_s, u"--export-history"_s, u"mes captures%20é.csv"_s}
+            << LaunchOptions::Action::exportHistory << false << u"fiprock"_s
+            << QDir::current().absoluteFilePath(u"mes captures%20é.csv"_s);
     }
 
     void parsesTheCommandLine()
@@ -376,6 +494,7 @@ private Q_SLOTS:
         QFETCH(LaunchOptions::Action, action);
         QFETCH(bool, windowed);
         QFETCH(QString, station);
+        QFETCH(QString, exportPath);
         const LaunchOptions options = parseCommandLine(QStringList{u"airnote"_s} + arguments);
         QCOMPARE(options.action, action);
         QCOMPARE(options.windowed, windowed);
@@ -383,6 +502,8 @@ private Q_SLOTS:
         const LaunchOptions handedOver = fromHandoverMessage(handoverMessage(options));
         QCOMPARE(handedOver.action, action);
         QCOMPARE(handedOver.station, station);
+        QCOMPARE(options.exportPath, exportPath);
+        QCOMPARE(handedOver.exportPath, exportPath);
     }
 
     void choosesTheLanguage_data()

@@ -22,6 +22,7 @@
 #include <QApplication>
 #include <QAudioDevice>
 #include <QBuffer>
+#include <QClipboard>
 #include <QDir>
 #include <QFile>
 #include <QJsonArray>
@@ -137,12 +138,12 @@ int colourDistance(const QColor &a, const QColor &b)
     return std::abs(a.red() - b.red()) + std::abs(a.green() - b.green()) + std::abs(a.blue() - b.blue());
 }
 
-// Named after the test function and its data row.
-void saveScreenshot(const QImage &image)
+// Named after the test function and its data row, or the step given.
+void saveScreenshot(const QImage &image, const char *step = nullptr)
 {
     const QString folder = QStringLiteral(AIRNOTE_TEST_OUTPUT_DIR "/screenshots");
     QDir().mkpath(folder);
-    const QString row = QString::fromUtf8(QTest::currentDataTag()).replace(QLatin1Char(' '), QLatin1Char('-'));
+    const QString row = QString::fromUtf8(step ? step : QTest::currentDataTag()).replace(QLatin1Char(' '), QLatin1Char('-'));
     QVERIFY(image.save(u"%1/%2-%3.png"_s.arg(folder, QLatin1String(QTest::currentTestFunction()), row)));
 }
 
@@ -565,6 +566,7 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("file");
         QTest::addColumn<QStringList>("rows");
         QTest::addColumn<bool>("scrolls");
+        QTest::addColumn<bool>("unreadable");
 
         using Status = CaptureRecord::Status;
         const QString longTitle = u"Harbour Lights, version longue enregistrée en public au festival"_s;
@@ -580,11 +582,11 @@ private Q_SLOTS:
 
         QTest::newRow("all four statuses") << QJsonDocument(fourStatuses).toJson() << QStringList{
             longTitle + " · à l'instant", "Introuvable dans le catalogue · il y a 5 min", "Échec de sauvegarde · il y a 3 h",
-            "Noté pour plus tard · il y a 2 j"} << false;
+            "Noté pour plus tard · il y a 2 j"} << false << false;
         QTest::newRow("more rows than fit") << QJsonDocument(many).toJson() << QStringList{
-            "Morceau 60 · il y a 10 min", "Morceau 59 · il y a 20 min", "Morceau 58 · il y a 30 min"} << true;
-        QTest::newRow("no history") << QByteArray() << QStringList{} << false;
-        QTest::newRow("unreadable history") << QByteArray("[{\"id\": 12") << QStringList{} << false;
+            "Morceau 60 · il y a 10 min", "Morceau 59 · il y a 20 min", "Morceau 58 · il y a 30 min"} << true << false;
+        QTest::newRow("no history") << QByteArray() << QStringList{} << false << false;
+        QTest::newRow("unreadable history") << QByteArray("[{\"id\": 12") << QStringList{} << false << true;
     }
 
     void historyFaces()
@@ -592,6 +594,7 @@ private Q_SLOTS:
         QFETCH(QByteArray, file);
         QFETCH(QStringList, rows);
         QFETCH(bool, scrolls);
+        QFETCH(bool, unreadable);
 
         PanelUnderTest panel(nullptr, file);
         QVERIFY(panel.showAndPoll());
@@ -601,7 +604,10 @@ private Q_SLOTS:
         QVERIFY(history);
         QTRY_COMPARE(loaded.size(), 1);
 
-        QCOMPARE(isVisible(history, u"emptyMessage"_s), rows.isEmpty());
+        QCOMPARE(isVisible(history, u"emptyMessage"_s), rows.isEmpty() && !unreadable);
+        // A history that cannot be read says why, and offers no export.
+        QCOMPARE(isVisible(history, u"unreadableMessage"_s), unreadable);
+        QCOMPARE(itemNamed(history, u"exportButton"_s)->isEnabled(), !unreadable);
         auto *list = itemNamed(history, u"historyList"_s);
         QCOMPARE(list->isVisible(), !rows.isEmpty());
         if (!rows.isEmpty()) {
@@ -619,6 +625,44 @@ private Q_SLOTS:
             QVERIFY2(!scrolls || built.size() < 60, "rows are built as they scroll into view");
         }
         saveScreenshot(panel.grab());
+    }
+
+    // The history driven from the keyboard: Ctrl+F finds, the arrows choose,
+    // Return tries a failed save again, Escape leaves.
+    void historyActions()
+    {
+        using Status = CaptureRecord::Status;
+        const QJsonArray file{record(u"Échec de sauvegarde"_s, Status::saveFailed, 3 * 3600),
+                              record(u"Introuvable dans le catalogue"_s, Status::noMatch, 600),
+                              record(u"Harbour Lights"_s, Status::saved, 20)};
+        m_music->setCatalog(catalog(1));
+        PanelUnderTest panel(m_music.get(), QJsonDocument(file).toJson());
+        QVERIFY(panel.showAndPoll());
+        QVERIFY(panel.clickOn(u"nowPlaying"_s, u"historyButton"_s));
+        QQuickItem *history = panel.settledFace(u"history"_s);
+        QVERIFY(history);
+        QTRY_COMPARE(itemsNamed(history, u"historyRow"_s).size(), 3);
+        saveScreenshot(panel.grab(), "rows");
+        QTest::keyClick(&panel.window(), Qt::Key_Escape);
+        QVERIFY(panel.settledFace(u"nowPlaying"_s));
+
+        panel.app.panel()->onShowHistory();
+        QVERIFY(history = panel.settledFace(u"history"_s));
+        QTest::keyClick(&panel.window(), Qt::Key_F, Qt::ControlModifier);
+        QTRY_VERIFY(itemNamed(history, u"searchField"_s)->hasActiveFocus());
+        for (const char key : {'e', 'c', 'h', 'e', 'c'})
+            QTest::keyClick(&panel.window(), key);
+        QList<QQuickItem *> rows;
+        QTRY_COMPARE((rows = itemsNamed(history, u"historyRow"_s)).size(), 1);
+        QVERIFY(isVisible(rows[0], u"retryButton"_s));
+        QVERIFY(!isVisible(rows[0], u"openButton"_s));
+        saveScreenshot(panel.grab(), "filtered");
+        click(panel.window(), itemNamed(rows[0], u"copyButton"_s));
+        QTRY_COMPARE(QGuiApplication::clipboard()->text(), u"Mira & Sol — Échec de sauvegarde"_s);
+
+        QTest::keyClick(&panel.window(), Qt::Key_Down);
+        QTest::keyClick(&panel.window(), Qt::Key_Return);
+        QVERIFY(panel.settledFace(u"preview-Échec de sauvegarde-Mira & Sol"_s));
     }
 
     // The history covers a waiting preview, even across the release of the
