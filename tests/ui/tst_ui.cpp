@@ -8,7 +8,6 @@
 #include "fakes/LoopbackHttpServer.h"
 #include "history/CaptureRecord.h"
 #include "platform/MusicAuthorization.h"
-#include "playback/StationPlayer.h"
 #include "station/FIPMetadataService.h"
 #include "support/Fixtures.h"
 #include "support/TestServices.h"
@@ -848,7 +847,6 @@ private Q_SLOTS:
             QSKIP("this machine has an audio output; tst_playback plays");
         QVERIFY(panel.clickOn(u"nowPlaying"_s, u"playButton"_s));
         QTRY_VERIFY(showsText(panel.content(), u"Aucune sortie audio : écoute impossible"_s));
-        QCOMPARE(panel.app.player()->state(), StationPlayer::Unavailable);
         QCOMPARE(trayIcon.contextMenu()->actions().at(1)->text(), u"Écouter"_s);
         saveScreenshot(panel.grab());
     }
