@@ -31,11 +31,19 @@ RowLayout {
             name: bar.player.active ? "pause-circle-fill" : "play-circle-fill"
             color: Theme.accent
         }
+        // Qt keeps a tooltip's text from when the pointer arrived until it shows:
+        // after a click it would name the action just taken, so it waits for the next hover.
+        property bool clickedSinceHover: false
+
         Accessible.name: label
         ToolTip.text: label
-        ToolTip.visible: hovered
+        ToolTip.visible: hovered && !clickedSinceHover
         ToolTip.delay: 500
-        onClicked: bar.player.toggle()
+        onHoveredChanged: clickedSinceHover = false
+        onClicked: {
+            clickedSinceHover = true
+            bar.player.toggle()
+        }
     }
     Label {
         objectName: "listeningMessage"
