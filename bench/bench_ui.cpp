@@ -9,11 +9,10 @@
 #include "support/TestServices.h"
 #include "ui/PanelHost.h"
 
-#include <QEventLoop>
 #include <QNetworkAccessManager>
 #include <QQuickItem>
+#include <QSignalSpy>
 #include <QTemporaryDir>
-#include <QTimer>
 #include <QtQml/qqmlextensionplugin.h>
 
 #include <benchmark/benchmark.h>
@@ -23,21 +22,6 @@ Q_IMPORT_QML_PLUGIN(Airnote_UIPlugin)
 using namespace airnote;
 
 namespace {
-
-// Runs the event loop until the signal, or for a second at most.
-template<typename Signal>
-bool waitFor(const typename QtPrivate::FunctionPointer<Signal>::Object *sender, Signal signal)
-{
-    QEventLoop loop;
-    bool arrived = false;
-    QObject::connect(sender, signal, &loop, [&] {
-        arrived = true;
-        loop.quit();
-    });
-    QTimer::singleShot(1000, &loop, &QEventLoop::quit);
-    loop.exec();
-    return arrived;
-}
 
 void keystrokeToFrame(benchmark::State &state)
 {
@@ -55,21 +39,23 @@ void keystrokeToFrame(benchmark::State &state)
     // The station is never reached: only the history face is drawn.
     AirnoteApp app(testing::servicesFor(&network, QUrl(QStringLiteral("http://127.0.0.1:9/live")), home.path()));
     PanelHost panel(app.panel(), app.updater(), PanelWindow::Presentation::Windowed);
+    QSignalSpy loaded(app.history(), &HistoryModel::loaded);
     panel.showNextTo(QRect());
     app.panel()->onShowHistory();
-    if (!waitFor(app.history(), &HistoryModel::loaded)) {
+    if (!loaded.wait(1000)) {
         state.SkipWithError("the history did not load");
         return;
     }
-    waitFor(panel.window(), &QQuickWindow::frameSwapped);
+    QSignalSpy(panel.window(), &QQuickWindow::frameSwapped).wait(1000);
 
     // Two searches with different rows, so that every keystroke changes what is drawn.
     const QStringList queries{QStringLiteral("étoiles 29"), QStringLiteral("étoiles 31")};
     int next = 0;
     for (auto _ : state) {
+        QSignalSpy drawn(panel.window(), &QQuickWindow::frameSwapped);
         app.panel()->historyRows()->setQuery(queries[next]);
         next = 1 - next;
-        if (!waitFor(panel.window(), &QQuickWindow::frameSwapped)) {
+        if (!drawn.wait(1000)) {
             state.SkipWithError("no frame after the keystroke");
             return;
         }

@@ -137,11 +137,7 @@ void StationPlayer::play()
 void StationPlayer::pause()
 {
     m_retry.stop();
-    m_watchdog.stop();
-    m_steady.stop();
-    if (m_pipeline)
-        QMetaObject::invokeMethod(m_pipeline, &StreamPipeline::close);
-    ++m_attempt;
+    dropStream();
     if (m_state != Unavailable)
         setState(Stopped);
 }
@@ -206,16 +202,23 @@ void StationPlayer::onFailed(int attempt, const QString &reason)
 
 void StationPlayer::scheduleRetry(const QString &reason)
 {
-    m_watchdog.stop();
-    m_steady.stop();
-    QMetaObject::invokeMethod(m_pipeline, &StreamPipeline::close);
-    ++m_attempt;
+    dropStream();
     const auto delay = m_nextRetry;
     qCWarning(playbackLogger).nospace() << "Stream " << m_stream.toDisplayString() << " failed (" << reason
                                         << "); trying again in " << delay.count() << " ms";
     m_retry.start(delay);
     setState(Retrying);
     m_nextRetry = std::min(m_nextRetry * 2, m_timing.longestRetry);
+}
+
+void StationPlayer::dropStream()
+{
+    m_watchdog.stop();
+    m_steady.stop();
+    if (m_pipeline)
+        QMetaObject::invokeMethod(m_pipeline, &StreamPipeline::close);
+    // What the old stream still reports is stale.
+    ++m_attempt;
 }
 
 void StationPlayer::setState(State state)

@@ -77,6 +77,7 @@ private:
     void onStalled(int attempt);
     void onFailed(int attempt, const QString &reason);
     void scheduleRetry(const QString &reason);
+    void dropStream();
     void setState(State state);
     void ensurePipeline();
 

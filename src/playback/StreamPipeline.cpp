@@ -39,7 +39,6 @@ void StreamPipeline::close()
 {
     if (!m_player)
         return;
-    ++m_attempt;  // what the old stream still reports is stale
     m_player->stop();
     m_player->setSource(QUrl());
 }

@@ -17,7 +17,7 @@ namespace airnote {
 // GStreamer may block its caller while it connects to or tears down a stream
 // that hangs, and that must never be the panel's thread. Each open() carries a
 // number that its reports repeat, so the caller can drop those of a stream it
-// has since left.
+// has since closed or left.
 class StreamPipeline : public QObject
 {
     Q_OBJECT
