@@ -107,21 +107,26 @@ void PanelModel::onCloseHistory()
 
 void PanelModel::onRetry(const QString &recordID)
 {
-    const std::optional<FIPTrack> track = m_history->trackToRetry(recordID);
-    if (!track || m_workflow->sheet())
-        return;
-    // The history stays until the flow's first card replaces it, so the track
-    // on air does not flash between the two.
-    m_leavesHistoryForSheet = true;
-    m_workflow->saveTrack(*track);
+    if (const std::optional<FIPTrack> track = m_history->trackToRetry(recordID))
+        retry(*track);
 }
 
 void PanelModel::onRowAction(const QString &recordID)
 {
-    if (m_history->trackToRetry(recordID))
-        onRetry(recordID);
+    if (const std::optional<FIPTrack> track = m_history->trackToRetry(recordID))
+        retry(*track);
     else if (!m_history->onOpen(recordID))
         m_history->onCopy(recordID);
+}
+
+void PanelModel::retry(const FIPTrack &track)
+{
+    if (m_workflow->sheet())
+        return;
+    // The history stays until the flow's first card replaces it, so the track
+    // on air does not flash between the two.
+    m_leavesHistoryForSheet = true;
+    m_workflow->saveTrack(track);
 }
 
 void PanelModel::onCheckForUpdates()

@@ -11,6 +11,7 @@
 namespace airnote {
 
 class FIPMetadataService;
+struct FIPTrack;
 class HistoryModel;
 class SaveWorkflow;
 class StationChoice;
@@ -78,6 +79,7 @@ Q_SIGNALS:
     void faceChanged();
 
 private:
+    void retry(const FIPTrack &track);
     void setShowsHistory(bool shows);
     void announceFace();
 
