@@ -64,6 +64,11 @@ Item {
                 flat: true
                 implicitWidth: 26
                 implicitHeight: 22
+                // The list itself is as wide as the longest name, kept inside the panel.
+                implicitContentWidthPolicy: ComboBox.WidestText
+                popup.width: implicitContentWidth + 40
+                popup.leftMargin: 6
+                popup.rightMargin: 6
                 // Our own drawing: Fusion's arrow image keeps a texture past the scene's release.
                 indicator: TintedIcon {
                     name: "chevron-down"

@@ -22,6 +22,33 @@ Rectangle {
 
     color: Theme.background
     clip: true
+    // Qt 6.4's Fusion controls draw with Fusion's own light palette, whatever
+    // the desktop's: without these a dark desktop gets a white search field.
+    palette {
+        window: Theme.palette.window
+        windowText: Theme.palette.windowText
+        base: Theme.palette.base
+        alternateBase: Theme.palette.alternateBase
+        text: Theme.palette.text
+        placeholderText: Theme.palette.placeholderText
+        button: Theme.palette.button
+        buttonText: Theme.palette.buttonText
+        light: Theme.palette.light
+        midlight: Theme.palette.midlight
+        mid: Theme.palette.mid
+        dark: Theme.palette.dark
+        shadow: Theme.palette.shadow
+        highlight: Theme.palette.highlight
+        highlightedText: Theme.palette.highlightedText
+
+        disabled {
+            windowText: Theme.disabledPalette.windowText
+            text: Theme.disabledPalette.text
+            buttonText: Theme.disabledPalette.buttonText
+            base: Theme.disabledPalette.base
+            button: Theme.disabledPalette.button
+        }
+    }
     implicitWidth: shownFace ? shownFace.implicitWidth : 0
     implicitHeight: shownFace ? shownFace.implicitHeight : 0
     width: implicitWidth

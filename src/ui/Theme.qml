@@ -11,6 +11,9 @@ QtObject {
     readonly property SystemPalette palette: SystemPalette {
         colorGroup: SystemPalette.Active
     }
+    readonly property SystemPalette disabledPalette: SystemPalette {
+        colorGroup: SystemPalette.Disabled
+    }
     readonly property bool isDark: palette.window.hslLightness < 0.5
 
     // The application's font. Qt.application.font holds it too, but Qt's type

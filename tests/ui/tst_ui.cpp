@@ -146,6 +146,23 @@ void saveScreenshot(const QImage &image, const char *step = nullptr)
     QVERIFY(image.save(u"%1/%2-%3.png"_s.arg(folder, QLatin1String(QTest::currentTestFunction()), row)));
 }
 
+// A dark desktop palette for the life of the object; the light one comes back after.
+class DarkLook
+{
+public:
+    DarkLook()
+    {
+        QPalette palette(QColor(0x3a, 0x3a, 0x3c), QColor(0x1e, 0x1e, 0x1e));
+        palette.setColor(QPalette::Highlight, QColor(0x0a, 0x84, 0xff));
+        QGuiApplication::setPalette(palette);
+    }
+    ~DarkLook() { QGuiApplication::setPalette(m_light); }
+    Q_DISABLE_COPY_MOVE(DarkLook)
+
+private:
+    const QPalette m_light = QGuiApplication::palette();
+};
+
 // A history entry as the store writes it.
 QJsonObject record(const QString &title, CaptureRecord::Status status, qint64 secondsAgo)
 {
@@ -631,9 +648,11 @@ private Q_SLOTS:
     }
 
     // The history driven from the keyboard: Ctrl+F finds, the arrows choose,
-    // Return tries a failed save again, Escape leaves.
+    // Return tries a failed save again, Escape leaves. In the dark look: the
+    // other history tests are light.
     void historyActions()
     {
+        const DarkLook look;
         using Status = CaptureRecord::Status;
         const QJsonArray file{record(u"Échec de sauvegarde"_s, Status::saveFailed, 3 * 3600),
                               record(u"Introuvable dans le catalogue"_s, Status::noMatch, 600),
@@ -836,13 +855,9 @@ private Q_SLOTS:
     void listeningRow()
     {
         QFETCH(bool, dark);
-        const QPalette light = QGuiApplication::palette();
-        const auto restore = qScopeGuard([light] { QGuiApplication::setPalette(light); });
-        if (dark) {
-            QPalette palette(QColor(0x3a, 0x3a, 0x3c), QColor(0x1e, 0x1e, 0x1e));
-            palette.setColor(QPalette::Highlight, QColor(0x0a, 0x84, 0xff));
-            QGuiApplication::setPalette(palette);
-        }
+        std::optional<DarkLook> look;
+        if (dark)
+            look.emplace();
         PanelUnderTest panel;
         TrayIcon trayIcon(&panel.host, &panel.app, TrayIcon::Host::xembed);
         QVERIFY(panel.showAndPoll());
@@ -868,6 +883,22 @@ private Q_SLOTS:
         QTest::keyClick(&panel.window(), Qt::Key_Down);
         QTRY_VERIFY(showsText(panel.content(), u"FIP Rock — en ce moment"_s));
         QTRY_COMPARE(requestCount(rockPath), 1);
+
+        // Opened, the list shows whole names within the panel, though the picker is an icon.
+        QTest::keyClick(&panel.window(), Qt::Key_Space);
+        auto *popup = picker->property("popup").value<QObject *>();
+        QTRY_VERIFY(popup->property("opened").toBool());
+        int names = 0;
+        for (QQuickItem *row : popup->property("contentItem").value<QQuickItem *>()->childItems().first()->childItems()) {
+            const auto *name = row->property("contentItem").value<QQuickItem *>();
+            if (!name)
+                continue; // the list's highlight
+            ++names;
+            QVERIFY2(name->implicitWidth() <= name->width(), "a station's name is cut");
+        }
+        QVERIFY(names > 5);
+        QVERIFY(popup->property("x").toReal() + picker->mapToScene({}).x() + popup->property("width").toReal()
+                <= panel.window().width());
         saveScreenshot(panel.grab());
     }
 
