@@ -121,8 +121,11 @@ void PanelModel::onRowAction(const QString &recordID)
 
 void PanelModel::retry(const FIPTrack &track)
 {
-    if (m_workflow->sheet())
+    // A flow under way comes first: the listener is shown it rather than nothing.
+    if (m_workflow->isBusy()) {
+        setShowsHistory(false);
         return;
+    }
     // The history stays until the flow's first card replaces it, so the track
     // on air does not flash between the two.
     m_leavesHistoryForSheet = true;

@@ -68,6 +68,11 @@ void SaveWorkflow::setHoldUnit(std::chrono::milliseconds unit)
     m_holdUnit = unit;
 }
 
+bool SaveWorkflow::isBusy() const
+{
+    return m_sheet || m_saveStarting;
+}
+
 QCoro::Task<> SaveWorkflow::saveCurrentTrack()
 {
     const std::optional<FIPTrack> &current = m_fip->current();
@@ -82,7 +87,7 @@ QCoro::Task<> SaveWorkflow::saveTrack(FIPTrack track)
     // The button is only on the now-playing face, but a desktop shortcut, a
     // retry from the history or a double press can ask again before the first
     // state shows: one run at a time.
-    if (m_sheet || m_saveStarting)
+    if (isBusy())
         co_return;
     QPointer<SaveWorkflow> self(this);
     m_saveStarting = true;

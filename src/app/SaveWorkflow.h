@@ -36,6 +36,8 @@ public:
     SaveWorkflow(FIPMetadataService *fip, AppleMusicService *music, CaptureStore *store, QObject *parent = nullptr);
 
     const std::optional<SheetState> &sheet() const;
+    // A flow is on screen or starting, so a new save would be refused.
+    bool isBusy() const;
     // The sheet, or a failure without message when there is none.
     SheetState sheetForDisplay() const;
     QString selectedSongID() const;

@@ -38,6 +38,8 @@ void LaunchActions::perform(const LaunchOptions &options)
         m_app->history()->exportTo(options.exportPath);
         return;
     case Action::save:
+        // The history would cover the flow this starts.
+        m_app->panel()->onCloseHistory();
         showPanel();
         m_app->workflow()->saveOnceTrackArrives();
         return;

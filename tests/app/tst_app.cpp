@@ -365,17 +365,20 @@ private Q_SLOTS:
         QVERIFY(history().isEmpty());
     }
 
-    // The history covers the sheet; a new sheet of the same id changes no face.
+    // The history covers the sheet; a row retried meanwhile shows the waiting
+    // sheet instead of starting a flow. A new sheet of the same id changes no face.
     void historyFaceHasPriorityOverTheSheet()
     {
+        seedHistory({pastRecord(u"Mira & Sol"_s, u"Autre chose"_s, CaptureRecord::Status::noMatch)});
         startApp(stationDocument(u"Harbour Lights"_s, u"Mira & Sol"_s));
         PanelModel *panel = m_app->panel();
-        panel->onShowHistory();
+        showHistory();
         m_app->workflow()->onSave();
         QTRY_VERIFY(m_app->workflow()->sheet() && m_app->workflow()->sheet()->isPreview());
         QCOMPARE(m_faces, QStringList{u"history"_s});
-        panel->onCloseHistory();
+        panel->onRetry(historyData(0, HistoryModel::IdRole).toString());
         QCOMPARE(panel->face(), PanelModel::Preview);
+        QCOMPARE(m_music->requestsTo(Endpoint::catalogSearch).size(), 1);
 
         QSignalSpy faces(panel, &PanelModel::faceChanged);
         m_app->workflow()->onCancel();

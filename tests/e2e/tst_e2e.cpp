@@ -121,7 +121,8 @@ private Q_SLOTS:
 
         useFakes(station, music);
 
-        QProcess *airnote = startAirnote({u"--windowed"_s});
+        // Opened on the history, which the shortcut's flow must not stay behind.
+        QProcess *airnote = startAirnote({u"--windowed"_s, u"--history"_s});
         QVERIFY(airnote->waitForStarted());
         QTRY_VERIFY_WITH_TIMEOUT(!station.server().requests().isEmpty(), 20000);
 
