@@ -63,6 +63,7 @@ Item {
 
     SaveFileDialog {
         id: exportDialog
+        parentWindow: view.Window.window
         onAccepted: file => view.history.onExport(file)
     }
 

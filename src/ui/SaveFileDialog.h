@@ -4,8 +4,12 @@
 #pragma once
 
 #include <QObject>
+#include <QPointer>
 #include <QUrl>
+#include <QWindow>
 #include <QtQml/qqmlregistration.h>
+
+class QFileDialog;
 
 namespace airnote {
 
@@ -15,14 +19,23 @@ class SaveFileDialog : public QObject
 {
     Q_OBJECT
     QML_ELEMENT
+    // The window the dialog belongs to: it stays above it and hands the focus
+    // back to it when it closes.
+    Q_PROPERTY(QWindow *parentWindow MEMBER m_parentWindow)
 
 public:
     using QObject::QObject;
+    // A dialog still open goes with this object: its answer would reach nobody.
+    ~SaveFileDialog() override;
 
     Q_INVOKABLE void open(const QString &title, const QString &suggestedName);
 
 Q_SIGNALS:
     void accepted(const QUrl &file);
+
+private:
+    QPointer<QWindow> m_parentWindow;
+    QPointer<QFileDialog> m_dialog;
 };
 
 } // namespace airnote

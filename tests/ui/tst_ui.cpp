@@ -23,8 +23,10 @@
 #include <QBuffer>
 #include <QClipboard>
 #include <QDir>
+#include <QFileDialog>
 #include <QFile>
 #include <QJsonArray>
+#include <QLineEdit>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QMenu>
@@ -685,6 +687,36 @@ private Q_SLOTS:
         QTest::keyClick(&panel.window(), Qt::Key_Down);
         QTest::keyClick(&panel.window(), Qt::Key_Return);
         QVERIFY(panel.settledFace(u"preview-Échec de sauvegarde-Mira & Sol"_s));
+    }
+
+    // The file chooser keeps the panel open under it, however long it takes;
+    // the file chosen is written and the panel has the focus back.
+    void exportsThroughTheFileChooser()
+    {
+        QTemporaryDir folder;
+        PanelUnderTest panel(nullptr, QJsonDocument(QJsonArray{record(u"Harbour Lights"_s, CaptureRecord::Status::saved, 20)}).toJson());
+        PanelHost attached(panel.app.panel(), panel.app.updater(), PanelWindow::Presentation::NextToIcon, 100ms);
+        QSignalSpy released(&attached, &PanelHost::released);
+        panel.app.panel()->onShowHistory();
+        attached.showNextTo(QRect());
+        QVERIFY(QTest::qWaitForWindowActive(attached.window()));
+        QQuickItem *exportButton = nullptr;
+        QTRY_VERIFY((exportButton = itemNamed(attached.window()->rootObject(), u"exportButton"_s)));
+        click(*attached.window(), exportButton);
+        QFileDialog *chooser = nullptr;
+        QTRY_VERIFY((chooser = qobject_cast<QFileDialog *>(QApplication::activeModalWidget())));
+        QTRY_VERIFY(chooser->isActiveWindow());
+        QVERIFY(!released.wait(300));
+        QVERIFY(attached.window()->isVisible());
+
+        // Typed in the file name field, as the listener would.
+        const QString file = folder.filePath(u"historique.csv"_s);
+        auto *name = chooser->findChild<QLineEdit *>(u"fileNameEdit"_s);
+        name->clear();
+        QTest::keyClicks(name, file);
+        QTest::keyClick(name, Qt::Key_Return);
+        QTRY_VERIFY(QFile(file).size() > 0);
+        QTRY_VERIFY(attached.window()->isActive());
     }
 
     // The history covers a waiting preview, even across the release of the
