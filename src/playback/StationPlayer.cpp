@@ -8,11 +8,14 @@
 #include "core/Settings.h"
 
 #include <QAudioDevice>
+#include <QDeadlineTimer>
 #include <QMediaDevices>
 #include <QSettings>
 #include <QThread>
 
 #include <algorithm>
+#include <cmath>
+#include <optional>
 
 using namespace std::chrono_literals;
 
@@ -22,6 +25,16 @@ namespace {
 
 const QString volumeKey = QStringLiteral("volume");
 constexpr double defaultVolume = 0.8;
+constexpr std::chrono::milliseconds teardownPatience = 3s;
+
+// A volume as kept: within 0 to 1. Not a number (a desktop applet's NaN, a
+// hand-edited file) is no volume at all; the clamp would let it through.
+std::optional<double> boundedVolume(double volume)
+{
+    if (!std::isfinite(volume))
+        return std::nullopt;
+    return std::clamp(volume, 0.0, 1.0);
+}
 
 } // namespace
 
@@ -34,7 +47,7 @@ StationPlayer::StationPlayer(const QString &settingsFile, Timing timing, QObject
     : QObject(parent)
     , m_timing(timing)
     , m_settings(openSettings(settingsFile))
-    , m_volume(std::clamp(m_settings->value(volumeKey, defaultVolume).toDouble(), 0.0, 1.0))
+    , m_volume(boundedVolume(m_settings->value(volumeKey, defaultVolume).toDouble()).value_or(defaultVolume))
     , m_nextRetry(timing.firstRetry)
 {
     m_retry.setSingleShot(true);
@@ -49,9 +62,14 @@ StationPlayer::StationPlayer(const QString &settingsFile, Timing timing, QObject
 
 StationPlayer::~StationPlayer()
 {
-    if (m_thread) {
-        m_thread->quit();
-        m_thread->wait();
+    if (!m_thread)
+        return;
+    m_thread->quit();
+    // GStreamer can block in a connection that hangs: quitting must not wait
+    // on it. A running QThread must not be destroyed, so it is left behind.
+    if (!m_thread->wait(QDeadlineTimer(teardownPatience))) {
+        qCWarning(playbackLogger) << "Player thread still busy after" << teardownPatience.count() << "ms; left behind";
+        m_thread->setParent(nullptr);
     }
 }
 
@@ -110,9 +128,10 @@ void StationPlayer::setStream(const QUrl &url)
 
 void StationPlayer::setVolume(double volume)
 {
-    volume = std::clamp(volume, 0.0, 1.0);
-    if (qFuzzyCompare(volume, m_volume))
+    const std::optional<double> bounded = boundedVolume(volume);
+    if (!bounded || qFuzzyCompare(*bounded, m_volume))
         return;
+    volume = *bounded;
     m_volume = volume;
     m_settings->setValue(volumeKey, volume);
     if (m_pipeline)

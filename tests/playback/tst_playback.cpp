@@ -120,6 +120,9 @@ private Q_SLOTS:
         QCOMPARE(player.state(), StationPlayer::Stopped);
         QCOMPARE(stream.connectionCount(), connections);
 
+        // Not a number, as a desktop applet may send: no volume, nothing kept.
+        player.setVolume(qQNaN());
+        QCOMPARE(player.volume(), 0.5);
         QCOMPARE(StationPlayer(settings).volume(), 0.5);
     }
 
