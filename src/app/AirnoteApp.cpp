@@ -22,7 +22,8 @@ AirnoteApp::Services AirnoteApp::defaultServices(QNetworkAccessManager *session,
     services.authorization = new MusicAuthorization(userTokens);
     userTokens->setParent(services.authorization);
     services.music = new AppleMusicService(session, services.authorization, userTokens);
-    // A plain pointer: the service lives as long as the authorization it feeds.
+    // A plain pointer: the service outlives the authorization it feeds, which
+    // the app adopts, and so deletes, first.
     AppleMusicService *music = services.music;
     services.authorization->setDeveloperTokenSource([music] { return music->developerToken(); });
     services.fip = new FIPMetadataService(session, wakeSource);
@@ -41,8 +42,9 @@ AirnoteApp::AirnoteApp(Services services, QObject *parent)
     , m_history(m_services.store.get(), m_services.music)
     , m_panel(m_services.fip, &m_stations, &m_player, &m_workflow, &m_history, m_services.updater)
 {
-    for (QObject *service : std::initializer_list<QObject *>{m_services.fip, m_services.music,
-                                                            m_services.authorization, m_services.updater}) {
+    // Children are deleted in the order they are adopted.
+    for (QObject *service : std::initializer_list<QObject *>{m_services.authorization, m_services.fip,
+                                                            m_services.music, m_services.updater}) {
         if (!service->parent())
             service->setParent(this);
     }
