@@ -14,7 +14,6 @@
 #include <QUuid>
 
 #include <algorithm>
-#include <memory>
 
 namespace airnote {
 
@@ -25,6 +24,8 @@ constexpr double duplicateHoldSeconds = 1.8;
 constexpr double successHoldSeconds = 1.8;
 constexpr double searchFailureHoldSeconds = 3.0;
 constexpr double saveFailureHoldSeconds = 3.5;
+// How long a save asked before the first track waits for one.
+constexpr double trackWaitSeconds = 30.0;
 
 CaptureRecord newRecord(const FIPTrack &track, CaptureRecord::Status status,
                         const CatalogMatch *chosen = nullptr, std::optional<QString> errorMessage = std::nullopt)
@@ -46,6 +47,11 @@ SaveWorkflow::SaveWorkflow(FIPMetadataService *fip, AppleMusicService *music, Ca
     // A timer rather than a suspended coroutine, so quitting during a hold leaves nothing behind.
     m_holdTimer.setSingleShot(true);
     connect(&m_holdTimer, &QTimer::timeout, this, [this] { setSheet(std::nullopt); });
+    m_trackWait.setSingleShot(true);
+    connect(&m_trackWait, &QTimer::timeout, this, [this] {
+        stopWaitingForTrack();
+        qCInfo(musicLogger) << "Save request dropped: no track arrived in time";
+    });
 }
 
 const std::optional<SheetState> &SaveWorkflow::sheet() const
@@ -174,11 +180,22 @@ void SaveWorkflow::saveOnceTrackArrives()
         saveCurrentTrack();
         return;
     }
-    auto connection = std::make_shared<QMetaObject::Connection>();
-    *connection = connect(m_fip, &FIPMetadataService::currentChanged, this, [this, connection] {
-        disconnect(*connection);
+    // One request, the latest, and only for a while: a save asked while offline
+    // must not open a preview of whatever plays hours later.
+    m_trackWait.start(std::chrono::milliseconds(qRound64(trackWaitSeconds * m_holdUnit.count())));
+    if (m_trackArrival)
+        return;
+    m_trackArrival = connect(m_fip, &FIPMetadataService::currentChanged, this, [this] {
+        stopWaitingForTrack();
         saveCurrentTrack();
     });
+}
+
+void SaveWorkflow::stopWaitingForTrack()
+{
+    m_trackWait.stop();
+    disconnect(m_trackArrival);
+    m_trackArrival = {};
 }
 
 void SaveWorkflow::onSave()

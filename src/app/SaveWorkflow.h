@@ -42,7 +42,7 @@ public:
     SheetState sheetForDisplay() const;
     QString selectedSongID() const;
 
-    // Length of one second of the outcome cards' hold times; tests shorten it.
+    // Length of one second of the workflow's waits and hold times; tests shorten it.
     void setHoldUnit(std::chrono::milliseconds unit);
 
     // Each operation runs its flow to its outcome, whose card a timer then
@@ -55,7 +55,8 @@ public:
     QCoro::Task<> logForLater(FIPTrack track);
     void cancelSheet();
     // For a save asked from outside the panel (a desktop shortcut): runs as soon
-    // as the poller has a track, at once when it already has one.
+    // as the poller has a track, at once when it already has one. Asked again
+    // meanwhile, it still runs once; no track within 30 s drops it.
     void saveOnceTrackArrives();
 
     // The views' decisions. The preview's act only while the preview is shown
@@ -79,6 +80,7 @@ private:
     void showFor(SheetState state, double seconds);
     void setSheet(std::optional<SheetState> sheet);
     void setSelectedSongID(QString songID);
+    void stopWaitingForTrack();
     const SheetState::Preview *undecidedPreview() const;
 
     FIPMetadataService *m_fip;
@@ -91,6 +93,8 @@ private:
     bool m_decisionPending = false;
     std::chrono::milliseconds m_holdUnit{1000};
     QTimer m_holdTimer;
+    QTimer m_trackWait;
+    QMetaObject::Connection m_trackArrival;
 };
 
 } // namespace airnote

@@ -77,7 +77,7 @@ private:
     std::unique_ptr<AirnoteApp> m_app;
     QStringList m_faces;  // every face key the panel was shown, in order
 
-    void startApp(const QByteArray &document)
+    void startApp(const QByteArray &document, bool waitForTrack = true)
     {
         m_document = document;
         m_app = std::make_unique<AirnoteApp>(
@@ -85,7 +85,8 @@ private:
         m_app->workflow()->setHoldUnit(std::chrono::milliseconds(2));
         m_faces.clear();
         connect(m_app->panel(), &PanelModel::faceChanged, this, [this] { m_faces.append(m_app->panel()->faceKey()); });
-        QSignalSpy polled(m_app->fip(), &FIPMetadataService::currentChanged);
+        QSignalSpy polled(m_app->fip(), waitForTrack ? &FIPMetadataService::currentChanged
+                                                     : &FIPMetadataService::consecutiveFailuresChanged);
         m_app->panel()->onPanelAppear();
         QVERIFY(polled.wait());
     }
@@ -363,6 +364,36 @@ private Q_SLOTS:
         m_app->workflow()->onCancel();
         QCOMPARE(m_faces.count(u"nowPlaying"_s), 1);
         QVERIFY(history().isEmpty());
+    }
+
+    // A desktop shortcut pressed before the first track: its flow starts when a
+    // track arrives, unless that is after the wait, hours later perhaps.
+    void savesWhenTheFirstTrackArrives_data()
+    {
+        QTest::addColumn<int>("holdUnit");
+        QTest::addColumn<bool>("saved");
+        QTest::newRow("in time") << 1000 << true;
+        QTest::newRow("too late") << 1 << false;
+    }
+
+    void savesWhenTheFirstTrackArrives()
+    {
+        QFETCH(int, holdUnit);
+        QFETCH(bool, saved);
+        testing::LogCapture log;
+        startApp("{}", false);
+        m_app->workflow()->setHoldUnit(std::chrono::milliseconds(holdUnit));
+        m_app->workflow()->saveOnceTrackArrives();
+        if (!saved)
+            QTRY_VERIFY(log.messagesOf("com.velmorin.Airnote.music").contains(u"Save request dropped: no track arrived in time"_s));
+
+        m_document = stationDocument(u"Harbour Lights"_s, u"Mira & Sol"_s);
+        QSignalSpy polled(m_app->fip(), &FIPMetadataService::currentChanged);
+        m_app->fip()->cutWaitShort();
+        QVERIFY(polled.wait());
+        QCOMPARE(m_app->workflow()->isBusy(), saved);
+        if (saved)
+            waitForPreview();
     }
 
     // The history covers the sheet; a row retried meanwhile shows the waiting
