@@ -131,11 +131,10 @@ void StationPlayer::setVolume(double volume)
     const std::optional<double> bounded = boundedVolume(volume);
     if (!bounded || qFuzzyCompare(*bounded, m_volume))
         return;
-    volume = *bounded;
-    m_volume = volume;
-    m_settings->setValue(volumeKey, volume);
+    m_volume = *bounded;
+    m_settings->setValue(volumeKey, m_volume);
     if (m_pipeline)
-        QMetaObject::invokeMethod(m_pipeline, [pipeline = m_pipeline, volume] { pipeline->setVolume(float(volume)); });
+        QMetaObject::invokeMethod(m_pipeline, [pipeline = m_pipeline, volume = m_volume] { pipeline->setVolume(float(volume)); });
     Q_EMIT volumeChanged();
 }
 
