@@ -5,7 +5,8 @@ import QtQuick
 import QtQuick.Layouts
 import QtQuick.Controls.Fusion
 
-// The now-playing panel's widgets with fixed texts.
+// The now-playing panel's widgets with fixed texts: header with the station
+// list, listening row, track, save button, footer.
 Pane {
     width: 320
     padding: 14
@@ -20,9 +21,61 @@ Pane {
         anchors.fill: parent
         spacing: 12
 
-        Label {
-            text: "FIP — en ce moment"
-            font.bold: true
+        RowLayout {
+            Layout.fillWidth: true
+
+            Image {
+                source: "cover.svg"
+                sourceSize: Qt.size(18, 18)
+            }
+            Label {
+                text: "FIP — en ce moment"
+                font.bold: true
+            }
+            ComboBox {
+                model: ["FIP", "FIP Jazz", "FIP Groove", "FIP Rock"]
+                displayText: ""
+                flat: true
+                implicitWidth: 26
+                implicitHeight: 22
+            }
+            Item {
+                Layout.fillWidth: true
+            }
+            // Hidden, as the panel's is between two polls.
+            BusyIndicator {
+                visible: false
+                implicitWidth: 16
+                implicitHeight: 16
+            }
+        }
+
+        RowLayout {
+            Layout.fillWidth: true
+            spacing: 8
+
+            Button {
+                flat: true
+                icon.source: "cover.svg"
+                implicitWidth: 30
+                implicitHeight: 30
+            }
+            Label {
+                Layout.fillWidth: true
+                text: "Écouter FIP"
+                font.pointSize: 8
+            }
+            Slider {
+                implicitWidth: 80
+                value: 0.7
+            }
+        }
+
+        Rectangle {
+            Layout.fillWidth: true
+            implicitHeight: 1
+            opacity: 0.2
+            color: "black"
         }
 
         RowLayout {
@@ -57,6 +110,14 @@ Pane {
         Button {
             Layout.alignment: Qt.AlignHCenter
             text: "Sauver dans Apple Music"
+            icon.source: "cover.svg"
+        }
+
+        Rectangle {
+            Layout.fillWidth: true
+            implicitHeight: 1
+            opacity: 0.2
+            color: "black"
         }
 
         RowLayout {
