@@ -35,10 +35,9 @@ public:
     QStringList messagesOf(const QByteArray &category) const
     {
         QStringList messages;
-        for (const auto &[lineCategory, message] : std::as_const(s_lines)) {
+        for (const auto &[lineCategory, message] : std::as_const(s_lines))
             if (lineCategory == category)
                 messages.append(message);
-        }
         return messages;
     }
 

@@ -40,21 +40,6 @@ PrivateSessionBus::~PrivateSessionBus()
     m_daemon.waitForFinished();
 }
 
-bool PrivateSessionBus::isConnected() const
-{
-    return m_app.isConnected() && m_desktop.isConnected();
-}
-
-QDBusConnection PrivateSessionBus::app() const
-{
-    return m_app;
-}
-
-QDBusConnection PrivateSessionBus::desktop() const
-{
-    return m_desktop;
-}
-
 QDBusMessage PrivateSessionBus::callMpris(const QString &interface, const QString &method, const QVariantList &arguments) const
 {
     QDBusMessage message = QDBusMessage::createMethodCall(QStringLiteral("org.mpris.MediaPlayer2.airnote"),

@@ -19,9 +19,9 @@ public:
     PrivateSessionBus();
     ~PrivateSessionBus();
 
-    bool isConnected() const;
-    QDBusConnection app() const;
-    QDBusConnection desktop() const;
+    bool isConnected() const { return m_app.isConnected() && m_desktop.isConnected(); }
+    QDBusConnection app() const { return m_app; }
+    QDBusConnection desktop() const { return m_desktop; }
 
     // A call from the desktop to Airnote's MPRIS object. Both ends live on
     // this thread, so events run while it waits.
