@@ -54,9 +54,8 @@ QByteArray stationDocument(const QString &title, const QString &artist, bool mus
 CaptureRecord pastRecord(const QString &artist, const QString &title, CaptureRecord::Status status, int secondsAgo = 60)
 {
     const bool saved = status == CaptureRecord::Status::saved;
-    return CaptureRecord(QUuid::createUuid(), QDateTime::currentDateTimeUtc().addSecs(-secondsAgo), artist, title,
-                         std::nullopt, saved ? std::optional(u"1712000001"_s) : std::nullopt,
-                         saved ? std::optional(0.9) : std::nullopt, status, std::nullopt);
+    return CaptureRecord(QUuid::createUuid(), QDateTime::currentDateTimeUtc().addSecs(-secondsAgo), artist, title, std::nullopt,
+                         saved ? std::optional(u"1712000001"_s) : std::nullopt, saved ? std::optional(0.9) : std::nullopt, status, std::nullopt);
 }
 
 } // namespace
@@ -80,8 +79,7 @@ private:
     void startApp(const QByteArray &document, bool waitForTrack = true)
     {
         m_document = document;
-        m_app = std::make_unique<AirnoteApp>(
-            testing::servicesFor(&m_network, m_station.url(u"/live"_s), m_home.path(), m_music.get()));
+        m_app = std::make_unique<AirnoteApp>(testing::servicesFor(&m_network, m_station.url(u"/live"_s), m_home.path(), m_music.get()));
         m_app->workflow()->setHoldUnit(std::chrono::milliseconds(2));
         m_faces.clear();
         connect(m_app->panel(), &PanelModel::faceChanged, this, [this] { m_faces.append(m_app->panel()->faceKey()); });
@@ -110,15 +108,9 @@ private:
         QTRY_COMPARE(loaded.size(), 1);
     }
 
-    QVariant historyData(int row, HistoryModel::Role role)
-    {
-        return m_app->history()->index(row).data(role);
-    }
+    QVariant historyData(int row, HistoryModel::Role role) { return m_app->history()->index(row).data(role); }
 
-    void waitForPreview()
-    {
-        QTRY_COMPARE(m_app->panel()->face(), PanelModel::Preview);
-    }
+    void waitForPreview() { QTRY_COMPARE(m_app->panel()->face(), PanelModel::Preview); }
 
     // The flow has ended once the panel is back on the track on air.
     void waitForNowPlaying()
@@ -143,8 +135,7 @@ private Q_SLOTS:
         QFile::remove(m_home.filePath(u"Airnote.conf"_s));
         m_music = std::make_unique<FakeAppleMusic>(QJsonArray{
             FakeAppleMusic::songResource(u"1712000001"_s, u"Harbour Lights (Remastered)"_s, u"Mira and Sol"_s, u"Tides"_s),
-            FakeAppleMusic::songResource(u"1712000042"_s, u"Harbour Lights"_s, u"Other Band"_s),
-        });
+            FakeAppleMusic::songResource(u"1712000042"_s, u"Harbour Lights"_s, u"Other Band"_s)});
         QVERIFY(m_music->listen());
         qputenv("AIRNOTE_MUSIC_USER_TOKEN", m_music->musicUserToken().toUtf8());
     }
@@ -175,13 +166,10 @@ private Q_SLOTS:
         QCOMPARE(m_music->library(), QStringList{u"1712000001"_s});
         QCOMPARE(m_music->requestsTo(Endpoint::libraryAddition).size(), 1);
 
+        // One record; only its id and time are the store's to choose.
         const QList<CaptureRecord> records = history();
-        QCOMPARE(records.size(), 1);
-        QCOMPARE(records[0].status(), CaptureRecord::Status::saved);
-        QCOMPARE(records[0].appleSongID(), std::optional(u"1712000001"_s));
-        QCOMPARE(records[0].confidence(), std::optional(chosen.confidence));
-        QCOMPARE(records[0].fipTitle(), u"Harbour Lights"_s);
-        QCOMPARE(records[0].errorMessage(), std::nullopt);
+        QCOMPARE(records, QList{CaptureRecord(records.value(0).id(), records.value(0).timestamp(), u"Mira & Sol"_s, u"Harbour Lights"_s,
+                                              std::nullopt, u"1712000001"_s, chosen.confidence, CaptureRecord::Status::saved, std::nullopt)});
 
         // The same track again within five minutes: refused without a search.
         m_faces.clear();
@@ -208,11 +196,9 @@ private Q_SLOTS:
         QTest::newRow("search fails") << u"Harbour Lights"_s << u"Mira & Sol"_s << int(Endpoint::catalogSearch) << QString()
                                       << u"failure-"_s + failure << QString() << u"Search failed: "_s + failure << QString();
         QTest::newRow("addition fails") << u"Harbour Lights"_s << u"Mira & Sol"_s << int(Endpoint::libraryAddition) << u"confirm"_s
-                                        << u"failure-"_s + failure << u"save_failed"_s << u"Save failed: "_s + failure
-                                        << u"fip"_s;
+                                        << u"failure-"_s + failure << u"save_failed"_s << u"Save failed: "_s + failure << u"fip"_s;
         QTest::newRow("logged for later, on a webradio") << u"Unknown Song"_s << u"Nobody"_s << -1 << u"log"_s
-                                                         << u"already-Unknown Song-Nobody"_s << u"no_match"_s << QString()
-                                                         << u"fipjazz"_s;
+                                                         << u"already-Unknown Song-Nobody"_s << u"no_match"_s << QString() << u"fipjazz"_s;
     }
 
     void recordsWhatTheFlowEndsWith()
@@ -301,8 +287,7 @@ private Q_SLOTS:
         const MediaSession session(&controls, m_app->player(), m_app->fip());
         QVERIFY(controls.publish(bus.app()));
         const auto read = [&bus](const QString &property) {
-            const QDBusMessage reply = bus.callMpris(u"org.freedesktop.DBus.Properties"_s, u"Get"_s,
-                                                     {u"org.mpris.MediaPlayer2.Player"_s, property});
+            const QDBusMessage reply = bus.callMpris(u"org.freedesktop.DBus.Properties"_s, u"Get"_s, {u"org.mpris.MediaPlayer2.Player"_s, property});
             return testing::PrivateSessionBus::plain(reply.arguments().value(0));
         };
         QCOMPARE(read(u"Metadata"_s).toMap().value(u"xesam:title"_s), u"Harbour Lights"_s);
@@ -464,8 +449,7 @@ private Q_SLOTS:
 
         // The saved row links to the song in the storefront the search used.
         showHistory();
-        QCOMPARE(historyData(0, HistoryModel::AppleMusicLinkRole).toUrl(),
-                 QUrl(u"https://music.apple.com/ch/song/1712000001"_s));
+        QCOMPARE(historyData(0, HistoryModel::AppleMusicLinkRole).toUrl(), QUrl(u"https://music.apple.com/ch/song/1712000001"_s));
         QCOMPARE(historyData(1, HistoryModel::AppleMusicLinkRole).toUrl(), QUrl());
     }
 
@@ -517,8 +501,7 @@ private Q_SLOTS:
                                             << LaunchOptions::Action::save << false << u"fipjazz"_s << QString();
         QTest::newRow("export, a relative path with blanks")
             << QStringList{u"--station"_s, u"fiprock"_s, u"--export-history"_s, u"mes captures%20é.csv"_s}
-            << LaunchOptions::Action::exportHistory << false << u"fiprock"_s
-            << QDir::current().absoluteFilePath(u"mes captures%20é.csv"_s);
+            << LaunchOptions::Action::exportHistory << false << u"fiprock"_s << QDir::current().absoluteFilePath(u"mes captures%20é.csv"_s);
     }
 
     void parsesTheCommandLine()
@@ -548,10 +531,8 @@ private Q_SLOTS:
         QTest::newRow("LANGUAGE's first choice wins") << QStringList{u"LANGUAGE=en:fr"_s, u"LANG=fr_FR.UTF-8"_s} << Language::english;
         QTest::newRow("LANGUAGE set aside in the C locale") << QStringList{u"LANGUAGE=fr"_s, u"LC_ALL=C"_s} << Language::english;
         QTest::newRow("LANGUAGE set aside without a locale") << QStringList{u"LANGUAGE=fr"_s} << Language::english;
-        QTest::newRow("LC_MESSAGES before LANG") << QStringList{u"LC_MESSAGES=fr_CA.UTF-8"_s, u"LANG=en_US.UTF-8"_s}
-                                                 << Language::french;
-        QTest::newRow("LC_ALL before LC_MESSAGES") << QStringList{u"LC_ALL=en_GB.UTF-8"_s, u"LC_MESSAGES=fr_FR.UTF-8"_s}
-                                                   << Language::english;
+        QTest::newRow("LC_MESSAGES before LANG") << QStringList{u"LC_MESSAGES=fr_CA.UTF-8"_s, u"LANG=en_US.UTF-8"_s} << Language::french;
+        QTest::newRow("LC_ALL before LC_MESSAGES") << QStringList{u"LC_ALL=en_GB.UTF-8"_s, u"LC_MESSAGES=fr_FR.UTF-8"_s} << Language::english;
         QTest::newRow("North Frisian is not French") << QStringList{u"LANG=frr_DE.UTF-8"_s} << Language::english;
         QTest::newRow("another language") << QStringList{u"LANG=pt_BR.UTF-8"_s} << Language::english;
         QTest::newRow("nothing set") << QStringList{} << Language::english;
