@@ -54,6 +54,7 @@ using namespace airnote::fakes;
 using namespace std::chrono_literals;
 using namespace Qt::StringLiterals;
 using Endpoint = FakeAppleMusic::Endpoint;
+using Status = CaptureRecord::Status;
 using testing::fixture;
 
 namespace {
@@ -129,8 +130,7 @@ bool showsText(QQuickItem *item, const QString &text)
 
 QColor pixelAt(const QImage &image, QQuickItem *item, QPointF relative = {0.5, 0.5})
 {
-    const QPointF point = item->mapToScene(QPointF(item->width() * relative.x(), item->height() * relative.y()))
-        * image.devicePixelRatio();
+    const QPointF point = item->mapToScene({item->width() * relative.x(), item->height() * relative.y()}) * image.devicePixelRatio();
     return image.pixelColor(point.toPoint());
 }
 
@@ -166,7 +166,7 @@ private:
 };
 
 // A history entry as the store writes it.
-QJsonObject record(const QString &title, CaptureRecord::Status status, qint64 secondsAgo)
+QJsonObject record(const QString &title, Status status, qint64 secondsAgo)
 {
     return CaptureRecord(QUuid::createUuid(), QDateTime::currentDateTimeUtc().addSecs(-secondsAgo), u"Mira & Sol"_s,
                          title, std::nullopt, std::nullopt, std::nullopt, status, std::nullopt).toJson();
@@ -222,8 +222,7 @@ struct PanelUnderTest
         QImage image;
         const bool settled = QTest::qWaitFor([&] {
             image = window().grabWindow();
-            return window().size() == content()->size().toSize()
-                && image.size() == window().size() * image.devicePixelRatio();
+            return window().size() == content()->size().toSize() && image.size() == window().size() * image.devicePixelRatio();
         });
         if (!settled)
             qWarning() << "the window never matched its content's size" << image.size();
@@ -258,6 +257,10 @@ struct PanelUnderTest
             click(window(), itemNamed(face, button));
         return face;
     }
+
+    // Polled, then a button of the track on air pressed; open() also waits for the face it opens.
+    bool showAndClick(const QString &button) { return showAndPoll() && clickOn(u"nowPlaying"_s, button); }
+    QQuickItem *open(const QString &button, const QString &face) { return showAndClick(button) ? settledFace(face) : nullptr; }
 
     QTemporaryDir home;
     QNetworkAccessManager network;
@@ -304,11 +307,9 @@ class UiTest : public QObject
     {
         const QString artwork = m_server.url().toString() + u"/artwork/%1/{w}x{h}bb.png"_s;
         QJsonArray songs{
-            FakeAppleMusic::songResource(u"1712000001"_s, u"Harbour Lights"_s, u"Mira & Sol"_s, u"Tides"_s,
-                                         artwork.arg(1712000001)),
+            FakeAppleMusic::songResource(u"1712000001"_s, u"Harbour Lights"_s, u"Mira & Sol"_s, u"Tides"_s, artwork.arg(1712000001)),
             FakeAppleMusic::songResource(u"1712000042"_s, u"Harbor Lights"_s, u"Mira & Sol"_s, {}, artwork.arg(1712000042)),
-            FakeAppleMusic::songResource(u"1712000077"_s, u"Harbour Lights"_s, u"The Lanterns"_s),
-        };
+            FakeAppleMusic::songResource(u"1712000077"_s, u"Harbour Lights"_s, u"The Lanterns"_s)};
         while (songs.size() > candidates)
             songs.removeLast();
         return songs;
@@ -350,8 +351,7 @@ private Q_SLOTS:
         const QStringList track{u"trackBlock"_s, u"saveButton"_s};
         QTest::newRow("markup in the title") << QStringList{"liveWithMarkup"} << track << "cover" << "";
         QTest::newRow("cover gone at the next poll") << QStringList{"live", "liveWithoutCover"} << track << "placeholder" << "";
-        QTest::newRow("first poll in flight") << QStringList{"hang"} << QStringList{"loadingMessage", "fetchingIndicator"}
-                                              << "" << "Mise à jour…";
+        QTest::newRow("first poll in flight") << QStringList{"hang"} << QStringList{"loadingMessage", "fetchingIndicator"} << "" << "Mise à jour…";
         QTest::newRow("programme segment") << QStringList{"segment"} << QStringList{"noMusicMessage"} << "" << "";
         QTest::newRow("unreachable after a track") << QStringList{"live", "500", "500", "500"}
                                                    << track + QStringList{"unreachableWarning"} << "cover" << "FIP injoignable";
@@ -471,25 +471,19 @@ private Q_SLOTS:
         const QString onAir = u"Mira & Sol — Harbour Lights"_s;
         const int none = 0;
         const int enter = Qt::Key_Return;
-        const int escape = Qt::Key_Escape;
-        const QStringList nothing;
         QTest::newRow("searching") << 1 << "slow search" << -1 << none << "searching-"
                                    << QStringList{"Recherche dans Apple Music…", onAir} << -1;
         QTest::newRow("preview with one candidate") << 1 << "" << -1 << none << "preview-" << QStringList{
             "Confirmer la sauvegarde", "FIP : " + onAir + "  ·  1 résultat", "Tides", "100%"} << -1;
-        QTest::newRow("preview with three candidates") << 3 << "" << -1 << none << "preview-"
-                                                       << QStringList{"FIP : " + onAir + "  ·  3 résultats"} << -1;
+        QTest::newRow("preview with three candidates") << 3 << "" << -1 << none << "preview-" << QStringList{"FIP : " + onAir + "  ·  3 résultats"} << -1;
         QTest::newRow("return does nothing without candidates") << 0 << "" << -1 << enter << "preview-" << QStringList{
             "Pas trouvé dans Apple Music", "FIP joue : " + onAir, "Annuler", "Logger pour plus tard"} << -1;
-        QTest::newRow("saving") << 1 << "slow addition" << -1 << enter << "saving-" << QStringList{"Sauvegarde…", onAir}
-                                << -1;
-        QTest::newRow("already saved") << 1 << "recent save" << -1 << none << "already-"
-                                       << QStringList{"Déjà sauvé récemment", onAir} << 211;
-        QTest::newRow("failure with a long message") << 1 << "failing addition" << -1 << enter << "failure-"
-                                                     << QStringList{"Échec"} << 35;
+        QTest::newRow("saving") << 1 << "slow addition" << -1 << enter << "saving-" << QStringList{"Sauvegarde…", onAir} << -1;
+        QTest::newRow("already saved") << 1 << "recent save" << -1 << none << "already-" << QStringList{"Déjà sauvé récemment", onAir} << 211;
+        QTest::newRow("failure with a long message") << 1 << "failing addition" << -1 << enter << "failure-" << QStringList{"Échec"} << 35;
         QTest::newRow("return confirms the card pressed last") << 3 << "" << 2 << enter << "success-Harbour Lights-The Lanterns"
             << QStringList{"Sauvé dans Apple Music", "The Lanterns — Harbour Lights"} << 135;
-        QTest::newRow("escape cancels") << 0 << "" << -1 << escape << "nowPlaying" << nothing << -1;
+        QTest::newRow("escape cancels") << 0 << "" << -1 << int(Qt::Key_Escape) << "nowPlaying" << QStringList() << -1;
     }
 
     void saveFlowFaces()
@@ -513,13 +507,11 @@ private Q_SLOTS:
             m_music->replyNext(Endpoint::libraryAddition, HttpReply::text(503, reason.repeated(5)));
         }
         const QByteArray history = setup == "recent save"_L1
-            ? QJsonDocument(QJsonArray{record(u"Harbour Lights"_s, CaptureRecord::Status::saved, 60)}).toJson()
-            : QByteArray();
+            ? QJsonDocument(QJsonArray{record(u"Harbour Lights"_s, CaptureRecord::Status::saved, 60)}).toJson() : QByteArray();
         PanelUnderTest panel(m_music.get(), history);
         // Long enough to see the outcome cards; the test ends before they go.
         panel.app.workflow()->setHoldUnit(5s);
-        QVERIFY(panel.showAndPoll());
-        QVERIFY(panel.clickOn(u"nowPlaying"_s, u"saveButton"_s));
+        QVERIFY(panel.showAndClick(u"saveButton"_s));
         if (key != 0) {
             QQuickItem *preview = panel.settledFace(u"preview-"_s);
             QVERIFY(preview);
@@ -586,14 +578,10 @@ private Q_SLOTS:
         QTest::addColumn<bool>("scrolls");
         QTest::addColumn<bool>("unreadable");
 
-        using Status = CaptureRecord::Status;
         const QString longTitle = u"Harbour Lights, version longue enregistrée en public au festival"_s;
         const QJsonArray fourStatuses{
-            record(u"Noté pour plus tard"_s, Status::logged, 2 * 86400 + 60),
-            record(u"Échec de sauvegarde"_s, Status::saveFailed, 3 * 3600 + 60),
-            record(u"Introuvable dans le catalogue"_s, Status::noMatch, 5 * 60 + 10),
-            record(longTitle, Status::saved, 20),
-        };
+            record(u"Noté pour plus tard"_s, Status::logged, 2 * 86400 + 60), record(u"Échec de sauvegarde"_s, Status::saveFailed, 3 * 3600 + 60),
+            record(u"Introuvable dans le catalogue"_s, Status::noMatch, 5 * 60 + 10), record(longTitle, Status::saved, 20)};
         QJsonArray many;
         for (int index = 1; index <= 60; ++index)
             many.append(record(u"Morceau %1"_s.arg(index), Status::saved, (61 - index) * 600));
@@ -655,15 +643,11 @@ private Q_SLOTS:
     void historyActions()
     {
         const DarkLook look;
-        using Status = CaptureRecord::Status;
         const QJsonArray file{record(u"Échec de sauvegarde"_s, Status::saveFailed, 3 * 3600),
-                              record(u"Introuvable dans le catalogue"_s, Status::noMatch, 600),
-                              record(u"Harbour Lights"_s, Status::saved, 20)};
+                              record(u"Introuvable dans le catalogue"_s, Status::noMatch, 600), record(u"Harbour Lights"_s, Status::saved, 20)};
         m_music->setCatalog(catalog(1));
         PanelUnderTest panel(m_music.get(), QJsonDocument(file).toJson());
-        QVERIFY(panel.showAndPoll());
-        QVERIFY(panel.clickOn(u"nowPlaying"_s, u"historyButton"_s));
-        QQuickItem *history = panel.settledFace(u"history"_s);
+        QQuickItem *history = panel.open(u"historyButton"_s, u"history"_s);
         QVERIFY(history);
         QTRY_COMPARE(itemsNamed(history, u"historyRow"_s).size(), 3);
         saveScreenshot(panel.grab(), "rows");
@@ -725,9 +709,7 @@ private Q_SLOTS:
     {
         m_music->setCatalog(catalog(3));
         PanelUnderTest panel(m_music.get(), {}, {}, 100ms);
-        QVERIFY(panel.showAndPoll());
-        QVERIFY(panel.clickOn(u"nowPlaying"_s, u"saveButton"_s));
-        QQuickItem *preview = panel.settledFace(u"preview-"_s);
+        QQuickItem *preview = panel.open(u"saveButton"_s, u"preview-"_s);
         QVERIFY(preview);
         click(panel.window(), itemsNamed(preview, u"candidate"_s).at(2));
         // As the "--history" start does while a preview waits.
@@ -777,8 +759,7 @@ private Q_SLOTS:
         QFETCH(QString, message);
 
         PanelUnderTest panel(nullptr, {}, runningVersion);
-        QVERIFY(panel.showAndPoll());
-        QVERIFY(panel.clickOn(u"nowPlaying"_s, u"updatesButton"_s));
+        QVERIFY(panel.showAndClick(u"updatesButton"_s));
         QTRY_VERIFY(panel.host.updateDialog() && panel.host.updateDialog()->isExposed());
         QQuickWindow *dialog = panel.host.updateDialog();
 
@@ -797,24 +778,19 @@ private Q_SLOTS:
         QTest::addColumn<QString>("face");
         QTest::addColumn<QStringList>("texts");
 
-        const Language en = Language::english;
-        const Language fr = Language::french;
-        QTest::newRow("now playing, English") << en << "nowPlaying"
-                                              << QStringList{"FIP — now playing", "Save to Apple Music", "History…", "Quit"};
-        QTest::newRow("now playing, French") << fr << "nowPlaying" << QStringList{
-            "FIP — en ce moment", "Sauver dans Apple Music", "Historique…", "Quitter"};
-        QTest::newRow("preview, English") << en << "preview-" << QStringList{
-            "Confirm save", "FIP: Mira & Sol — Harbour Lights  ·  3 results", "Cancel", "Confirm"};
-        QTest::newRow("preview, French") << fr << "preview-" << QStringList{
-            "Confirmer la sauvegarde", "FIP : Mira & Sol — Harbour Lights  ·  3 résultats", "Annuler", "Confirmer"};
-        QTest::newRow("history, English") << en << "history" << QStringList{
-            "History", "Close", "just now", "5 min. ago", "3 hr. ago", "1 day ago", "2 yr. ago"};
-        QTest::newRow("history, French") << fr << "history" << QStringList{
-            "Historique", "Fermer", "à l'instant", "il y a 5 min", "il y a 3 h", "il y a 1 j", "il y a 2 ans"};
-        QTest::newRow("refused connection, English") << en << "failure-" << QStringList{
-            "Failed", "Apple Music token unavailable: network: Connection refused"};
-        QTest::newRow("refused connection, French") << fr << "failure-" << QStringList{
-            "Échec", "Token Apple Music indisponible : réseau : Connexion refusée"};
+        // One row in English, one in French.
+        const auto rows = [](const char *name, const char *face, const QStringList &english, const QStringList &french) {
+            QTest::addRow("%s, English", name) << Language::english << face << english;
+            QTest::addRow("%s, French", name) << Language::french << face << french;
+        };
+        rows("now playing", "nowPlaying", {"FIP — now playing", "Save to Apple Music", "History…", "Quit"},
+             {"FIP — en ce moment", "Sauver dans Apple Music", "Historique…", "Quitter"});
+        rows("preview", "preview-", {"Confirm save", "FIP: Mira & Sol — Harbour Lights  ·  3 results", "Cancel", "Confirm"},
+             {"Confirmer la sauvegarde", "FIP : Mira & Sol — Harbour Lights  ·  3 résultats", "Annuler", "Confirmer"});
+        rows("history", "history", {"History", "Close", "just now", "5 min. ago", "3 hr. ago", "1 day ago", "2 yr. ago"},
+             {"Historique", "Fermer", "à l'instant", "il y a 5 min", "il y a 3 h", "il y a 1 j", "il y a 2 ans"});
+        rows("refused connection", "failure-", {"Failed", "Apple Music token unavailable: network: Connection refused"},
+             {"Échec", "Token Apple Music indisponible : réseau : Connexion refusée"});
     }
 
     void speaksTheChosenLanguage()
@@ -824,14 +800,10 @@ private Q_SLOTS:
         QFETCH(QStringList, texts);
 
         m_language.emplace(language);
-        using Status = CaptureRecord::Status;
         const QJsonArray history{
-            record(u"Blue Hour"_s, Status::saved, 2 * 365 * 86400 + 86400),
-            record(u"Tides"_s, Status::logged, 86400 + 60),
-            record(u"Lanterns"_s, Status::saveFailed, 3 * 3600 + 60),
-            record(u"Night Ferry"_s, Status::noMatch, 5 * 60 + 10),
-            record(u"Harbour Nights"_s, Status::saved, 20),
-        };
+            record(u"Blue Hour"_s, Status::saved, 2 * 365 * 86400 + 86400), record(u"Tides"_s, Status::logged, 86400 + 60),
+            record(u"Lanterns"_s, Status::saveFailed, 3 * 3600 + 60), record(u"Night Ferry"_s, Status::noMatch, 5 * 60 + 10),
+            record(u"Harbour Nights"_s, Status::saved, 20)};
         auto gone = std::make_unique<FakeAppleMusic>();
         QVERIFY(gone->listen());
         m_music->setCatalog(catalog(3));
