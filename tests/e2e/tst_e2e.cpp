@@ -34,8 +34,11 @@ private:
         return process;
     }
 
-    void useFakes(const FakeStation &station, const FakeAppleMusic &music)
+    // Both listening, and the environment that points the program at them.
+    bool useFakes(FakeStation &station, FakeAppleMusic &music)
     {
+        if (!station.listen() || !music.listen())
+            return false;
         m_environment = QProcessEnvironment::systemEnvironment();
         m_environment.insert(u"AIRNOTE_STATION_URL"_s, station.liveURL().toString());
         m_environment.insert(u"AIRNOTE_IMAGE_BASE"_s, station.imageBase().toString());
@@ -45,6 +48,7 @@ private:
         m_environment.insert(u"XDG_DATA_HOME"_s, m_home.filePath(u"data"_s));
         m_environment.insert(u"XDG_CONFIG_HOME"_s, m_home.filePath(u"config"_s));
         m_environment.insert(u"XDG_RUNTIME_DIR"_s, m_home.path());
+        return true;
     }
 
     // A terminal with no display and no session bus.
@@ -59,6 +63,9 @@ private:
         process->start(QStringLiteral(AIRNOTE_BINARY), arguments);
         return process;
     }
+
+    // Asks the running instance to quit, which it must then do.
+    bool quitInstance(QProcess *running) { return startAirnote({u"--quit"_s})->waitForFinished(20000) && running->waitForFinished(20000); }
 
     // Keys go through the X server, as the listener's would.
     static void pressReturnIn(const QString &windowName)
@@ -83,8 +90,7 @@ private Q_SLOTS:
         QTest::addColumn<int>("exitCode");
         QTest::addColumn<QStringList>("output");  // in standard output, then standard error
         QTest::newRow("help") << QStringList{u"--help"_s} << 0
-                              << QStringList{u"--show"_s, u"--save"_s, u"--history"_s, u"--quit"_s, u"--windowed"_s,
-                                             u"--version"_s};
+                              << QStringList{u"--show"_s, u"--save"_s, u"--history"_s, u"--quit"_s, u"--windowed"_s, u"--version"_s};
         QTest::newRow("version") << QStringList{u"--version"_s} << 0 << QStringList{u"Airnote " AIRNOTE_VERSION_TEXT "\n"_s};
         QTest::newRow("quit, none running") << QStringList{u"--quit"_s} << 0 << QStringList();
         QTest::newRow("unknown option") << QStringList{u"--sav"_s} << 2 << QStringList{u"Unknown option 'sav'."_s};
@@ -116,10 +122,7 @@ private Q_SLOTS:
     {
         FakeStation station({{u"Harbour Lights"_s, u"Mira & Sol"_s, u"5e0c2c1a"_s, std::nullopt}});
         FakeAppleMusic music({FakeAppleMusic::songResource(u"1712000001"_s, u"Harbour Lights"_s, u"Mira & Sol"_s)});
-        QVERIFY(station.listen());
-        QVERIFY(music.listen());
-
-        useFakes(station, music);
+        QVERIFY(useFakes(station, music));
 
         // Opened on the history, which the shortcut's flow must not stay behind.
         QProcess *airnote = startAirnote({u"--windowed"_s, u"--history"_s});
@@ -143,9 +146,7 @@ private Q_SLOTS:
         // What the record holds is tst_app's; here, that the program writes it where the listener's data lives.
         QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(m_home.filePath(u"data/Airnote/captures.json"_s)), 20000);
 
-        QProcess *quit = startAirnote({u"--quit"_s});
-        QVERIFY(quit->waitForFinished(20000));
-        QVERIFY(airnote->waitForFinished(20000));
+        QVERIFY(quitInstance(airnote));
         QCOMPARE(airnote->exitCode(), 0);
     }
 
@@ -155,24 +156,19 @@ private Q_SLOTS:
     {
         FakeStation station({{u"Harbour Lights"_s, u"Mira & Sol"_s, u"5e0c2c1a"_s, std::nullopt}});
         FakeAppleMusic music;
-        QVERIFY(station.listen());
-        QVERIFY(music.listen());
-        useFakes(station, music);
+        QVERIFY(useFakes(station, music));
 
         for (int round = 0; round < 5; ++round) {
             QProcess *first = startAirnote({u"--windowed"_s});
             QProcess *second = startAirnote({u"--windowed"_s});
             QVERIFY(first->waitForStarted() && second->waitForStarted());
-            QTRY_VERIFY_WITH_TIMEOUT(first->state() == QProcess::NotRunning || second->state() == QProcess::NotRunning,
-                                     20000);
+            QTRY_VERIFY_WITH_TIMEOUT(first->state() == QProcess::NotRunning || second->state() == QProcess::NotRunning, 20000);
             QProcess *handedOver = first->state() == QProcess::NotRunning ? first : second;
             QProcess *running = handedOver == first ? second : first;
             QCOMPARE(handedOver->exitStatus(), QProcess::NormalExit);
             QCOMPARE(handedOver->exitCode(), 0);
 
-            QProcess *quit = startAirnote({u"--quit"_s});
-            QVERIFY(quit->waitForFinished(20000));
-            QVERIFY(running->waitForFinished(20000));
+            QVERIFY(quitInstance(running));
             QCOMPARE(running->exitCode(), 0);
         }
     }
