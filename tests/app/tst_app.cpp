@@ -55,7 +55,8 @@ CaptureRecord pastRecord(const QString &artist, const QString &title, CaptureRec
 {
     const bool saved = status == CaptureRecord::Status::saved;
     return CaptureRecord(QUuid::createUuid(), QDateTime::currentDateTimeUtc().addSecs(-secondsAgo), artist, title, std::nullopt,
-                         saved ? std::optional(u"1712000001"_s) : std::nullopt, saved ? std::optional(0.9) : std::nullopt, status, std::nullopt);
+                         saved ? std::optional(u"1712000001"_s) : std::nullopt,
+                         saved ? std::optional(0.9) : std::nullopt, status, std::nullopt);
 }
 
 } // namespace
@@ -79,7 +80,8 @@ private:
     void startApp(const QByteArray &document, bool waitForTrack = true)
     {
         m_document = document;
-        m_app = std::make_unique<AirnoteApp>(testing::servicesFor(&m_network, m_station.url(u"/live"_s), m_home.path(), m_music.get()));
+        m_app = std::make_unique<AirnoteApp>(testing::servicesFor(&m_network, m_station.url(u"/live"_s),
+            m_home.path(), m_music.get()));
         m_app->workflow()->setHoldUnit(std::chrono::milliseconds(2));
         m_faces.clear();
         connect(m_app->panel(), &PanelModel::faceChanged, this, [this] { m_faces.append(m_app->panel()->faceKey()); });
@@ -168,8 +170,9 @@ private Q_SLOTS:
 
         // One record; only its id and time are the store's to choose.
         const QList<CaptureRecord> records = history();
-        QCOMPARE(records, QList{CaptureRecord(records.value(0).id(), records.value(0).timestamp(), u"Mira & Sol"_s, u"Harbour Lights"_s,
-                                              std::nullopt, u"1712000001"_s, chosen.confidence, CaptureRecord::Status::saved, std::nullopt)});
+        QCOMPARE(records, QList{CaptureRecord(records.value(0).id(), records.value(0).timestamp(), u"Mira & Sol"_s,
+                                              u"Harbour Lights"_s, std::nullopt, u"1712000001"_s, chosen.confidence,
+                                              CaptureRecord::Status::saved, std::nullopt)});
 
         // The same track again within five minutes: refused without a search.
         m_faces.clear();
@@ -196,9 +199,11 @@ private Q_SLOTS:
         QTest::newRow("search fails") << u"Harbour Lights"_s << u"Mira & Sol"_s << int(Endpoint::catalogSearch) << QString()
                                       << u"failure-"_s + failure << QString() << u"Search failed: "_s + failure << QString();
         QTest::newRow("addition fails") << u"Harbour Lights"_s << u"Mira & Sol"_s << int(Endpoint::libraryAddition) << u"confirm"_s
-                                        << u"failure-"_s + failure << u"save_failed"_s << u"Save failed: "_s + failure << u"fip"_s;
+                                        << u"failure-"_s + failure << u"save_failed"_s
+                                        << u"Save failed: "_s + failure << u"fip"_s;
         QTest::newRow("logged for later, on a webradio") << u"Unknown Song"_s << u"Nobody"_s << -1 << u"log"_s
-                                                         << u"already-Unknown Song-Nobody"_s << u"no_match"_s << QString() << u"fipjazz"_s;
+                                                         << u"already-Unknown Song-Nobody"_s << u"no_match"_s
+                                                         << QString() << u"fipjazz"_s;
     }
 
     void recordsWhatTheFlowEndsWith()
@@ -287,7 +292,8 @@ private Q_SLOTS:
         const MediaSession session(&controls, m_app->player(), m_app->fip());
         QVERIFY(controls.publish(bus.app()));
         const auto read = [&bus](const QString &property) {
-            const QDBusMessage reply = bus.callMpris(u"org.freedesktop.DBus.Properties"_s, u"Get"_s, {u"org.mpris.MediaPlayer2.Player"_s, property});
+            const QDBusMessage reply = bus.callMpris(u"org.freedesktop.DBus.Properties"_s, u"Get"_s,
+                {u"org.mpris.MediaPlayer2.Player"_s, property});
             return testing::PrivateSessionBus::plain(reply.arguments().value(0));
         };
         QCOMPARE(read(u"Metadata"_s).toMap().value(u"xesam:title"_s), u"Harbour Lights"_s);
@@ -501,7 +507,8 @@ private Q_SLOTS:
                                             << LaunchOptions::Action::save << false << u"fipjazz"_s << QString();
         QTest::newRow("export, a relative path with blanks")
             << QStringList{u"--station"_s, u"fiprock"_s, u"--export-history"_s, u"mes captures%20é.csv"_s}
-            << LaunchOptions::Action::exportHistory << false << u"fiprock"_s << QDir::current().absoluteFilePath(u"mes captures%20é.csv"_s);
+            << LaunchOptions::Action::exportHistory << false << u"fiprock"_s
+            << QDir::current().absoluteFilePath(u"mes captures%20é.csv"_s);
     }
 
     void parsesTheCommandLine()
@@ -531,8 +538,10 @@ private Q_SLOTS:
         QTest::newRow("LANGUAGE's first choice wins") << QStringList{u"LANGUAGE=en:fr"_s, u"LANG=fr_FR.UTF-8"_s} << Language::english;
         QTest::newRow("LANGUAGE set aside in the C locale") << QStringList{u"LANGUAGE=fr"_s, u"LC_ALL=C"_s} << Language::english;
         QTest::newRow("LANGUAGE set aside without a locale") << QStringList{u"LANGUAGE=fr"_s} << Language::english;
-        QTest::newRow("LC_MESSAGES before LANG") << QStringList{u"LC_MESSAGES=fr_CA.UTF-8"_s, u"LANG=en_US.UTF-8"_s} << Language::french;
-        QTest::newRow("LC_ALL before LC_MESSAGES") << QStringList{u"LC_ALL=en_GB.UTF-8"_s, u"LC_MESSAGES=fr_FR.UTF-8"_s} << Language::english;
+        QTest::newRow("LC_MESSAGES before LANG")
+            << QStringList{u"LC_MESSAGES=fr_CA.UTF-8"_s, u"LANG=en_US.UTF-8"_s} << Language::french;
+        QTest::newRow("LC_ALL before LC_MESSAGES")
+            << QStringList{u"LC_ALL=en_GB.UTF-8"_s, u"LC_MESSAGES=fr_FR.UTF-8"_s} << Language::english;
         QTest::newRow("North Frisian is not French") << QStringList{u"LANG=frr_DE.UTF-8"_s} << Language::english;
         QTest::newRow("another language") << QStringList{u"LANG=pt_BR.UTF-8"_s} << Language::english;
         QTest::newRow("nothing set") << QStringList{} << Language::english;

@@ -65,7 +65,10 @@ private:
     }
 
     // Asks the running instance to quit, which it must then do.
-    bool quitInstance(QProcess *running) { return startAirnote({u"--quit"_s})->waitForFinished(20000) && running->waitForFinished(20000); }
+    bool quitInstance(QProcess *running)
+    {
+        return startAirnote({u"--quit"_s})->waitForFinished(20000) && running->waitForFinished(20000);
+    }
 
     // Keys go through the X server, as the listener's would.
     static void pressReturnIn(const QString &windowName)
@@ -90,7 +93,8 @@ private Q_SLOTS:
         QTest::addColumn<int>("exitCode");
         QTest::addColumn<QStringList>("output");  // in standard output, then standard error
         QTest::newRow("help") << QStringList{u"--help"_s} << 0
-                              << QStringList{u"--show"_s, u"--save"_s, u"--history"_s, u"--quit"_s, u"--windowed"_s, u"--version"_s};
+                              << QStringList{u"--show"_s, u"--save"_s, u"--history"_s, u"--quit"_s, u"--windowed"_s,
+                                  u"--version"_s};
         QTest::newRow("version") << QStringList{u"--version"_s} << 0 << QStringList{u"Airnote " AIRNOTE_VERSION_TEXT "\n"_s};
         QTest::newRow("quit, none running") << QStringList{u"--quit"_s} << 0 << QStringList();
         QTest::newRow("unknown option") << QStringList{u"--sav"_s} << 2 << QStringList{u"Unknown option 'sav'."_s};

@@ -130,7 +130,8 @@ bool showsText(QQuickItem *item, const QString &text)
 
 QColor pixelAt(const QImage &image, QQuickItem *item, QPointF relative = {0.5, 0.5})
 {
-    const QPointF point = item->mapToScene({item->width() * relative.x(), item->height() * relative.y()}) * image.devicePixelRatio();
+    const QPointF point =
+        item->mapToScene({item->width() * relative.x(), item->height() * relative.y()}) * image.devicePixelRatio();
     return image.pixelColor(point.toPoint());
 }
 
@@ -307,7 +308,8 @@ class UiTest : public QObject
     {
         const QString artwork = m_server.url().toString() + u"/artwork/%1/{w}x{h}bb.png"_s;
         QJsonArray songs{
-            FakeAppleMusic::songResource(u"1712000001"_s, u"Harbour Lights"_s, u"Mira & Sol"_s, u"Tides"_s, artwork.arg(1712000001)),
+            FakeAppleMusic::songResource(u"1712000001"_s, u"Harbour Lights"_s, u"Mira & Sol"_s, u"Tides"_s,
+                artwork.arg(1712000001)),
             FakeAppleMusic::songResource(u"1712000042"_s, u"Harbor Lights"_s, u"Mira & Sol"_s, {}, artwork.arg(1712000042)),
             FakeAppleMusic::songResource(u"1712000077"_s, u"Harbour Lights"_s, u"The Lanterns"_s)};
         while (songs.size() > candidates)
@@ -351,7 +353,8 @@ private Q_SLOTS:
         const QStringList track{u"trackBlock"_s, u"saveButton"_s};
         QTest::newRow("markup in the title") << QStringList{"liveWithMarkup"} << track << "cover" << "";
         QTest::newRow("cover gone at the next poll") << QStringList{"live", "liveWithoutCover"} << track << "placeholder" << "";
-        QTest::newRow("first poll in flight") << QStringList{"hang"} << QStringList{"loadingMessage", "fetchingIndicator"} << "" << "Mise à jour…";
+        QTest::newRow("first poll in flight")
+            << QStringList{"hang"} << QStringList{"loadingMessage", "fetchingIndicator"} << "" << "Mise à jour…";
         QTest::newRow("programme segment") << QStringList{"segment"} << QStringList{"noMusicMessage"} << "" << "";
         QTest::newRow("unreachable after a track") << QStringList{"live", "500", "500", "500"}
                                                    << track + QStringList{"unreachableWarning"} << "cover" << "FIP injoignable";
@@ -475,12 +478,15 @@ private Q_SLOTS:
                                    << QStringList{"Recherche dans Apple Music…", onAir} << -1;
         QTest::newRow("preview with one candidate") << 1 << "" << -1 << none << "preview-" << QStringList{
             "Confirmer la sauvegarde", "FIP : " + onAir + "  ·  1 résultat", "Tides", "100%"} << -1;
-        QTest::newRow("preview with three candidates") << 3 << "" << -1 << none << "preview-" << QStringList{"FIP : " + onAir + "  ·  3 résultats"} << -1;
+        QTest::newRow("preview with three candidates") << 3 << "" << -1 << none << "preview-"
+            << QStringList{"FIP : " + onAir + "  ·  3 résultats"} << -1;
         QTest::newRow("return does nothing without candidates") << 0 << "" << -1 << enter << "preview-" << QStringList{
             "Pas trouvé dans Apple Music", "FIP joue : " + onAir, "Annuler", "Logger pour plus tard"} << -1;
         QTest::newRow("saving") << 1 << "slow addition" << -1 << enter << "saving-" << QStringList{"Sauvegarde…", onAir} << -1;
-        QTest::newRow("already saved") << 1 << "recent save" << -1 << none << "already-" << QStringList{"Déjà sauvé récemment", onAir} << 211;
-        QTest::newRow("failure with a long message") << 1 << "failing addition" << -1 << enter << "failure-" << QStringList{"Échec"} << 35;
+        QTest::newRow("already saved") << 1 << "recent save" << -1 << none << "already-"
+            << QStringList{"Déjà sauvé récemment", onAir} << 211;
+        QTest::newRow("failure with a long message") << 1 << "failing addition" << -1 << enter << "failure-"
+            << QStringList{"Échec"} << 35;
         QTest::newRow("return confirms the card pressed last") << 3 << "" << 2 << enter << "success-Harbour Lights-The Lanterns"
             << QStringList{"Sauvé dans Apple Music", "The Lanterns — Harbour Lights"} << 135;
         QTest::newRow("escape cancels") << 0 << "" << -1 << int(Qt::Key_Escape) << "nowPlaying" << QStringList() << -1;
@@ -580,7 +586,8 @@ private Q_SLOTS:
 
         const QString longTitle = u"Harbour Lights, version longue enregistrée en public au festival"_s;
         const QJsonArray fourStatuses{
-            record(u"Noté pour plus tard"_s, Status::logged, 2 * 86400 + 60), record(u"Échec de sauvegarde"_s, Status::saveFailed, 3 * 3600 + 60),
+            record(u"Noté pour plus tard"_s, Status::logged, 2 * 86400 + 60),
+            record(u"Échec de sauvegarde"_s, Status::saveFailed, 3 * 3600 + 60),
             record(u"Introuvable dans le catalogue"_s, Status::noMatch, 5 * 60 + 10), record(longTitle, Status::saved, 20)};
         QJsonArray many;
         for (int index = 1; index <= 60; ++index)
@@ -644,7 +651,8 @@ private Q_SLOTS:
     {
         const DarkLook look;
         const QJsonArray file{record(u"Échec de sauvegarde"_s, Status::saveFailed, 3 * 3600),
-                              record(u"Introuvable dans le catalogue"_s, Status::noMatch, 600), record(u"Harbour Lights"_s, Status::saved, 20)};
+                              record(u"Introuvable dans le catalogue"_s, Status::noMatch, 600),
+                              record(u"Harbour Lights"_s, Status::saved, 20)};
         m_music->setCatalog(catalog(1));
         PanelUnderTest panel(m_music.get(), QJsonDocument(file).toJson());
         QQuickItem *history = panel.open(u"historyButton"_s, u"history"_s);
