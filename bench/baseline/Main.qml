@@ -45,6 +45,7 @@ Pane {
             // Hidden, as the panel's is between two polls.
             BusyIndicator {
                 visible: false
+                running: false
                 implicitWidth: 16
                 implicitHeight: 16
             }
