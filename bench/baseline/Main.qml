@@ -11,6 +11,13 @@ Pane {
     width: 320
     padding: 14
 
+    component Divider: Rectangle {
+        Layout.fillWidth: true
+        implicitHeight: 1
+        opacity: 0.2
+        color: "black"
+    }
+
     component FooterButton: Button {
         padding: 0
         flat: true
@@ -72,12 +79,7 @@ Pane {
             }
         }
 
-        Rectangle {
-            Layout.fillWidth: true
-            implicitHeight: 1
-            opacity: 0.2
-            color: "black"
-        }
+        Divider {}
 
         RowLayout {
             Layout.fillWidth: true
@@ -114,12 +116,7 @@ Pane {
             icon.source: "cover.svg"
         }
 
-        Rectangle {
-            Layout.fillWidth: true
-            implicitHeight: 1
-            opacity: 0.2
-            color: "black"
-        }
+        Divider {}
 
         RowLayout {
             Layout.fillWidth: true

@@ -134,7 +134,8 @@ void StationPlayer::setVolume(double volume)
     m_volume = *bounded;
     m_settings->setValue(volumeKey, m_volume);
     if (m_pipeline)
-        QMetaObject::invokeMethod(m_pipeline, [pipeline = m_pipeline, volume = m_volume] { pipeline->setVolume(float(volume)); });
+        QMetaObject::invokeMethod(m_pipeline,
+                                  [pipeline = m_pipeline, volume = float(m_volume)] { pipeline->setVolume(volume); });
     Q_EMIT volumeChanged();
 }
 
